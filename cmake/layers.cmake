@@ -1,0 +1,27 @@
+# hvt_layer(name SOURCES ... WIN32 ... POSIX ... QT ... DEPENDS ... LINK_WIN32 ... LINK_POSIX ...)
+#
+# One folder of src/ as one library. DEPENDS is the dependency rule: a layer sees only what it names here.
+function(hvt_layer name)
+  cmake_parse_arguments(LAYER "" "" "SOURCES;WIN32;POSIX;DEPENDS;LINK_WIN32;LINK_POSIX" ${ARGN})
+  if(WIN32)
+    list(APPEND LAYER_SOURCES ${LAYER_WIN32})
+    set(system_libraries ${LAYER_LINK_WIN32})
+  else()
+    list(APPEND LAYER_SOURCES ${LAYER_POSIX})
+    set(system_libraries ${LAYER_LINK_POSIX})
+  endif()
+  add_library(hvt_${name} STATIC ${LAYER_SOURCES})
+  list(TRANSFORM LAYER_DEPENDS PREPEND hvt_)
+  target_link_libraries(hvt_${name} PUBLIC hvt_options ${LAYER_DEPENDS} PRIVATE ${system_libraries})
+endfunction()
+
+# hvt_test(name SOURCES ... DEPENDS ...): one test program for one layer.
+function(hvt_test name)
+  cmake_parse_arguments(TEST "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(test_${name} ${TEST_SOURCES})
+  list(TRANSFORM TEST_DEPENDS PREPEND hvt_)
+  target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(test_${name} PRIVATE hvt_options ${TEST_DEPENDS} GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND test_${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,372 @@
+#include "app/app.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "base/text.h"
+#include "transmit/number_fields.h"
+#include "transmit/packet_text.h"
+#include "ui/choices.h"
+
+namespace hvt {
+namespace {
+
+constexpr std::uintptr_t kDisplayTimer = 1;
+constexpr unsigned kDisplayTimerMilliseconds = 50;
+constexpr std::wstring_view kTransmissionBusy = L"A transmission is already in progress.";
+
+template <typename Strings>
+std::vector<std::wstring> entries_of(const Strings& strings) {
+  return {strings.begin(), strings.end()};
+}
+
+// What a transmit field or a packet has to say about itself, in the words of the exception.
+std::wstring message_of(const std::exception& error) { return utf8_to_utf16_lossy(error.what()); }
+
+}  // namespace
+
+App::App(TransportFactory factory, PortSource port_source)
+    : port_source_(std::move(port_source)),
+      inbox_([this] { wake_display(); }),
+      serial_(std::move(factory), serial_callbacks()) {}
+
+App::~App() {
+  closing();
+  detach();
+}
+
+void App::attach(MainWindow& window) {
+  window_ = &window;
+  post_target_ = &window;
+  pump_ = std::make_unique<DisplayPump>(inbox_, window.receive_view());
+  window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
+  ports_.start(port_source_(), {});
+  fill_choices();
+  show_ports();
+  update_controls();
+  show_status(words(TextId::status_ready));
+  metrics_changed();
+  window.set_client_size(first_client_size(metrics_));
+  window.show();
+  window.start_timer(kDisplayTimer, kDisplayTimerMilliseconds);
+}
+
+void App::detach() {
+  post_target_ = nullptr;
+  pump_.reset();
+  window_ = nullptr;
+}
+
+// --- Events of the window ---------------------------------------------------------------------------------
+
+void App::command(ControlId id) {
+  switch (id) {
+    case ControlId::refresh: return refresh_ports();
+    case ControlId::connect: return facts_.link == LinkState::disconnected ? connect() : disconnect();
+    case ControlId::receive_ascii: return set_display_format(false);
+    case ControlId::receive_hex: return set_display_format(true);
+    case ControlId::line_break: return toggle(&Facts::line_break);
+    case ControlId::hide_crlf: return toggle(&Facts::hide_crlf);
+    case ControlId::echo_sent: return toggle(&Facts::echo_sent);
+    case ControlId::clear: return clear_display(true);
+    case ControlId::transmit: return fold_transmit();
+    case ControlId::send_ascii: return set_send_format(false);
+    case ControlId::send_hex: return set_send_format(true);
+    case ControlId::auto_crlf: return toggle(&Facts::auto_crlf);
+    default:
+      if (is_packet_row(id)) send(packet_row(id));
+  }
+}
+
+void App::chosen(ControlId id) {
+  if (id != ControlId::port) return;  // the line settings are read when connecting
+  if (const auto row = window_->selected_choice(id)) ports_.choose(*row);
+}
+
+// Hex input is spaced out while it is typed.
+void App::edited(ControlId id) {
+  if (!is_packet_row(id) || !facts_.send_hex) return;
+  const HexReformat spaced = reformat_hex_input(window_->field_text(id), window_->field_caret(id));
+  if (spaced.changed) window_->set_field_text(id, spaced.text, spaced.caret);
+}
+
+void App::resized(Size client) {
+  client_ = client;
+  relayout();
+}
+
+void App::metrics_changed() {
+  if (!window_) return;
+  metrics_ = window_->measure();
+  relayout();
+}
+
+Size App::minimum_client_size(int proposed_width) {
+  return hvt::minimum_client_size(metrics_, proposed_width, {facts_.transmit_expanded});
+}
+
+void App::closing() {
+  if (std::exchange(closed_, true)) return;
+  disconnect();
+  if (writer_.joinable()) writer_.join();
+}
+
+void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
+  if (message == kTaskMessage) {
+    tasks_.run_all();
+  } else if (message == kDisplayMessage) {
+    display_wake_ = false;
+    if (window_ && !window_->input_waiting()) pump_display();  // else the timer pumps
+  } else if (message == kTimerMessage && first == kDisplayTimer) {
+    pump_display();
+  }
+}
+
+void App::post_to_ui(TaskQueue::Task task) {
+  tasks_.push(std::move(task));
+  if (MainWindow* window = post_target_) window->post(kTaskMessage);
+}
+
+// --- Ports and connection -----------------------------------------------------------------------------------
+
+void App::refresh_ports() {
+  const auto use = facts_.link == LinkState::disconnected ? PortSelection::ChosenPort::idle
+                                                          : PortSelection::ChosenPort::in_use;
+  ports_.refresh(port_source_(), use);
+  show_ports();
+  update_controls();
+}
+
+void App::show_ports() {
+  const auto placeholder = words(ports_.empty() ? TextId::no_ports : TextId::select_port);
+  window_->set_choices(ControlId::port, ports_.labels(), ports_.chosen_row(), placeholder);
+  facts_.has_ports = !ports_.empty();
+}
+
+void App::fill_choices() {
+  std::vector<std::wstring> parities;
+  for (const TextId parity : kParities) parities.emplace_back(words(parity));
+  show_choice(ControlId::timeout, entries_of(kTimeoutSeconds), kDefaultTimeout);
+  show_choice(ControlId::baud, entries_of(kBaudRates), kDefaultBaud);
+  show_choice(ControlId::data_bits, entries_of(kDataBits), kDefaultDataBits);
+  show_choice(ControlId::stop_bits, entries_of(kStopBits), kStopBitsOne);
+  show_choice(ControlId::parity, std::move(parities), kParityNone);
+}
+
+void App::show_choice(ControlId id, std::vector<std::wstring> entries, std::size_t selected) {
+  window_->set_choices(id, entries, selected, {});
+}
+
+// Nothing, after showing why, when a field does not hold what it should.
+std::optional<SerialSettings> App::read_settings() {
+  if (ports_.chosen().empty()) {
+    show_error(text(TextId::select_port_first, Language::english));
+    return std::nullopt;
+  }
+  const auto row = [&](ControlId id) { return window_->selected_choice(id).value_or(0); };
+  SerialSettings settings;
+  settings.port = ports_.chosen();
+  try {
+    const auto baud = parse_field_number(kBaudRates[row(ControlId::baud)], 1, 4'000'000, words(TextId::baud));
+    const auto bits = parse_field_number(kDataBits[row(ControlId::data_bits)], 5, 8, words(TextId::data_bit));
+    settings.baud = static_cast<std::uint32_t>(baud);
+    settings.data_bits = static_cast<std::uint8_t>(bits);
+  } catch (const std::runtime_error& error) {
+    show_error(message_of(error));
+    return std::nullopt;
+  }
+  settings.stop_bits = static_cast<std::int32_t>(row(ControlId::stop_bits));
+  settings.parity = static_cast<std::int32_t>(row(ControlId::parity));
+  return settings;
+}
+
+void App::connect() {
+  if (facts_.link != LinkState::disconnected) return;
+  const auto settings = read_settings();
+  if (!settings) return;
+  const auto timeout = window_->selected_choice(ControlId::timeout).value_or(kDefaultTimeout);
+  const int seconds = parse_field_number(kTimeoutSeconds[timeout], 1, 5, words(TextId::connection_timeout));
+  const std::uint64_t attempt = ++attempt_;
+  const bool started =
+      serial_.connect(*settings, seconds * 1000, [=, this](bool connected, const std::wstring& message) {
+        post_to_ui([=, this] { connect_ended(attempt, connected, message, seconds); });
+      });
+  if (!started) return show_error(text(TextId::cleanup_pending, Language::english));
+  facts_.link = LinkState::connecting;
+  show_status(connecting_to_text(settings->port, facts_.language));
+  update_controls();
+}
+
+void App::connect_ended(std::uint64_t attempt, bool connected, const std::wstring& message, int seconds) {
+  if (attempt != attempt_) return;  // cancelled meanwhile
+  facts_.link = connected ? LinkState::connected : LinkState::disconnected;
+  update_controls();
+  const std::wstring timed_out = L"Serial connection exceeded " + std::to_wstring(seconds * 1000) + L" ms.";
+  if (connected) {
+    show_status(connected_to_text(ports_.chosen(), message, facts_.language));
+  } else if (message == timed_out) {
+    show_error(connect_timed_out_text(seconds, facts_.language));
+  } else {
+    show_error(message);
+  }
+}
+
+void App::disconnect() {
+  ++attempt_;
+  serial_.disconnect();
+  if (facts_.link == LinkState::disconnected) return;
+  facts_.link = LinkState::disconnected;
+  if (!window_) return;
+  update_controls();
+  show_status(words(TextId::status_disconnected));
+}
+
+SerialPort::Callbacks App::serial_callbacks() {
+  return {
+      .received = [this](const auto& bytes, auto time) { on_receive(bytes, time); },
+      .status = [this](const SerialStatus& status) { on_status(status); },
+      .lost =
+          [this](const std::wstring& message) {
+            const std::uint64_t attempt = attempt_;
+            post_to_ui([=, this] { connection_lost(attempt, message); });
+          },
+  };
+}
+
+void App::connection_lost(std::uint64_t attempt, const std::wstring& message) {
+  if (attempt != attempt_) return;
+  facts_.link = LinkState::disconnected;
+  update_controls();
+  show_error(message);
+}
+
+void App::on_status(const SerialStatus& status) {
+  if (status.last_error_mask == 0) return;
+  post_to_ui([this, attempt = attempt_.load(), mask = status.last_error_mask, count = status.observations] {
+    if (attempt != attempt_ || !window_) return;
+    window_->set_status(line_error_text(mask, count, facts_.language), StatusTone::error);
+  });
+}
+
+// --- Sending --------------------------------------------------------------------------------------------------
+
+void App::send(std::size_t row) {
+  if (!facts_.transmit_expanded) return;  // a stale key or click on a hidden row
+  if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
+  Bytes bytes;
+  try {
+    bytes = encode_send_packet(window_->field_text(packet_field(row)), facts_.send_hex, facts_.auto_crlf);
+  } catch (const std::runtime_error& error) {
+    return show_error(message_of(error));
+  }
+  // A device that takes nothing may block the write for half a second: not on this thread.
+  if (sending_.exchange(true)) return show_error(kTransmissionBusy);
+  writer_ = std::jthread([this, bytes = std::move(bytes), options = display_options()] {
+    std::wstring error;
+    if (!direct_write(bytes, options, error)) post_to_ui([this, error] { show_error(error); });
+    sending_ = false;
+  });
+}
+
+bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options, std::wstring& error) {
+  if (!inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options)) {
+    error = kTransmissionBusy;
+    return false;
+  }
+  const bool written = serial_.write(bytes, error);
+  inbox_.end_sent(written ? Inbox::Written::yes : Inbox::Written::no);
+  return written;
+}
+
+// --- Receiving and the display ----------------------------------------------------------------------------------
+
+void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time) {
+  inbox_.add_received(bytes, time);
+}
+
+void App::wake_display() {
+  if (display_wake_.exchange(true)) return;
+  MainWindow* const window = post_target_;
+  if (!window || !window->post(kDisplayMessage)) display_wake_ = false;  // the next chunk tries again
+}
+
+void App::pump_display() {
+  if (!pump_) return;
+  const DisplayPump::Result result = pump_->run(display_options());
+  if (result.more) wake_display();
+  if (result.lost_bytes == 0) return;
+  lost_bytes_ += result.lost_bytes;
+  window_->set_status(receive_loss_text(lost_bytes_, facts_.language), StatusTone::error);
+}
+
+void App::clear_display(bool undisturbed) {
+  const auto clear = [this] {
+    inbox_.clear();
+    pump_->clear();
+    lost_bytes_ = 0;
+  };
+  if (!undisturbed) return clear();
+  serial_.while_undisturbed(clear);
+  update_controls();
+}
+
+DisplayOptions App::display_options() const {
+  return {.hex = facts_.receive_hex,
+          .line_break = facts_.line_break,
+          .hide_crlf = facts_.hide_crlf && !facts_.receive_hex,
+          .labels = facts_.echo_sent && facts_.transmit_expanded,
+          .timing = true};
+}
+
+void App::set_display_format(bool hex) {
+  facts_.receive_hex = hex;
+  update_controls();
+}
+
+void App::set_send_format(bool hex) {
+  facts_.send_hex = hex;
+  update_controls();
+}
+
+void App::fold_transmit() {
+  facts_.transmit_expanded = !facts_.transmit_expanded;
+  update_controls();
+  const Size least = minimum_client_size(client_.width);
+  if (client_.height < least.height) {
+    window_->set_client_size({client_.width, least.height});
+  } else {
+    relayout();
+  }
+}
+
+void App::toggle(bool Facts::*fact) {
+  facts_.*fact = !(facts_.*fact);
+  update_controls();
+}
+
+// --- Showing ------------------------------------------------------------------------------------------------------
+
+void App::update_controls() {
+  const ControlStates states = rules(facts_);
+  std::vector<ControlChange> changes;
+  for (const ControlRow& row : kControls) {
+    const std::size_t i = index_of(row.id);
+    if (!shown_ || (*shown_)[i] != states[i]) changes.push_back({row.id, states[i]});
+  }
+  shown_ = states;
+  if (!changes.empty()) window_->apply(changes);
+}
+
+void App::relayout() {
+  if (!window_ || client_ == Size{}) return;
+  window_->place(layout(metrics_, client_, {facts_.transmit_expanded}));
+}
+
+void App::show_status(std::wstring_view text) { window_->set_status(text, StatusTone::plain); }
+
+void App::show_error(std::wstring_view english) {
+  window_->set_status(localized_message(english, facts_.language), StatusTone::error);
+}
+
+}  // namespace hvt

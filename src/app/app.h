@@ -1,0 +1,115 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "app/display_pump.h"
+#include "app/inbox.h"
+#include "app/port_selection.h"
+#include "app/task_queue.h"
+#include "serial/serial_port.h"
+#include "ui/main_window.h"
+
+namespace hvt {
+
+// The controller of the one window: turns what a person does into calls on the connection and the display,
+// and brings what worker threads produce back to the interface thread.
+//
+// Promises  workers never touch the window; every task posted runs in order, exactly once; at most one display
+//           wake is under way; only controls whose state changed are written to.
+// Threads   the interface thread, except post_to_ui(), on_receive() and direct_write().
+// Owns      the connection, the inbox, the display pump and the facts that the controls show.
+// Ends      with closing() or the destructor: connection ended, writer joined. The window outlives it or is
+//           taken away before with detach().
+class App final : public WindowEvents {
+ public:
+  // An empty factory opens this system's serial ports.
+  explicit App(TransportFactory factory, PortSource port_source = list_system_ports);
+  ~App() override;
+
+  // Fills the window's controls, gives it its first size, shows it and starts the display timer.
+  void attach(MainWindow& window);
+  void detach();
+
+  // Any thread: run the task on the interface thread.
+  void post_to_ui(TaskQueue::Task task);
+
+  void connect();
+  void disconnect();
+  void send(std::size_t row);
+  // Any thread but the interface thread's event handlers: one write of prepared bytes, shown as a sent packet
+  // when `options` say so. False with a message: a write is in progress, or the connection's error.
+  bool direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options, std::wstring& error);
+  // Connection thread: takes the bytes and wakes the interface thread.
+  void on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time);
+  // With `undisturbed` no received chunk is delivered in the middle of the clear.
+  void clear_display(bool undisturbed);
+
+  // WindowEvents
+  void command(ControlId id) override;
+  void chosen(ControlId id) override;
+  void edited(ControlId id) override;
+  void resized(Size client) override;
+  void metrics_changed() override;
+  void closing() override;
+  Size minimum_client_size(int proposed_width) override;
+  void message(unsigned message, std::uintptr_t first, std::intptr_t second) override;
+
+ private:
+  SerialPort::Callbacks serial_callbacks();
+  void on_status(const SerialStatus& status);
+
+  void refresh_ports();
+  void show_ports();
+  void fill_choices();
+  void show_choice(ControlId id, std::vector<std::wstring> entries, std::size_t selected);
+  std::optional<SerialSettings> read_settings();
+  void connect_ended(std::uint64_t attempt, bool connected, const std::wstring& message, int seconds);
+  void connection_lost(std::uint64_t attempt, const std::wstring& message);
+
+  DisplayOptions display_options() const;
+  void wake_display();
+  void pump_display();
+  void set_display_format(bool hex);
+  void set_send_format(bool hex);
+  void fold_transmit();
+  void toggle(bool Facts::*fact);
+
+  // Writes the differences between the facts and what the window shows.
+  void update_controls();
+  void relayout();
+  void show_status(std::wstring_view text);
+  void show_error(std::wstring_view english);
+  std::wstring_view words(TextId id) const { return text(id, facts_.language); }
+
+  const PortSource port_source_;
+  MainWindow* window_ = nullptr;
+  std::unique_ptr<DisplayPump> pump_;
+  Facts facts_;
+  std::optional<ControlStates> shown_;
+  Metrics metrics_;
+  Size client_;
+  PortSelection ports_;
+
+  TaskQueue tasks_;
+  std::atomic<bool> display_wake_{false};
+  std::atomic<MainWindow*> post_target_{nullptr};  // window_, for the worker threads
+  // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
+  std::atomic<std::uint64_t> attempt_{0};
+  std::uint64_t lost_bytes_ = 0;
+  bool closed_ = false;
+
+  Inbox inbox_;
+  SerialPort serial_;
+  std::atomic<bool> sending_{false};  // writer_ has work
+  std::jthread writer_;
+};
+
+}  // namespace hvt

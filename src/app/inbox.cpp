@@ -1,0 +1,83 @@
+#include "app/inbox.h"
+
+#include <iterator>
+#include <utility>
+
+namespace hvt {
+namespace {
+
+// A burst may need 64 MiB, the flow after it does not.
+constexpr std::size_t kKeptCapacity = std::size_t{4} << 20;
+
+void reset(InboxBatch& batch) {
+  if (batch.bytes.capacity() > kKeptCapacity) batch.bytes = {};
+  batch.bytes.clear();
+  batch.events.clear();
+  batch.lost_bytes = 0;
+}
+
+}  // namespace
+
+Inbox::Inbox(std::function<void()> wake, std::size_t capacity) : wake_(std::move(wake)), capacity_(capacity) {}
+
+void Inbox::add(InboxEvent event, std::span<const std::uint8_t> bytes) {
+  filling_.bytes.insert(filling_.bytes.end(), bytes.begin(), bytes.end());
+  filling_.events.push_back(event);
+}
+
+void Inbox::add_received(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (bytes.size() > capacity_ - std::min(capacity_, filling_.bytes.size())) {
+      filling_.lost_bytes += bytes.size();
+    } else {
+      add({InboxEvent::Kind::received, bytes.size(), time, {}}, bytes);
+    }
+  }
+  wake_();
+}
+
+bool Inbox::begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
+                       const DisplayOptions& options) {
+  const std::lock_guard lock(mutex_);
+  if (writing_) return false;
+  writing_ = true;
+  writing_event_ = filling_.events.size();
+  bytes_before_ = filling_.bytes.size();
+  add({InboxEvent::Kind::sent, bytes.size(), time, options}, bytes);
+  return true;
+}
+
+void Inbox::end_sent(Written written) {
+  {
+    const std::lock_guard lock(mutex_);
+    writing_ = false;
+    if (written == Written::no) filling_.events[writing_event_].kind = InboxEvent::Kind::withdrawn;
+  }
+  write_ended_.notify_all();
+  wake_();
+}
+
+void Inbox::take(InboxBatch& batch) {
+  reset(batch);
+  const std::lock_guard lock(mutex_);
+  std::swap(batch, filling_);
+  if (!writing_) return;
+  // The packet being written and what came behind it stay.
+  const auto first_event = batch.events.begin() + static_cast<std::ptrdiff_t>(writing_event_);
+  const auto first_byte = batch.bytes.begin() + static_cast<std::ptrdiff_t>(bytes_before_);
+  filling_.events.assign(first_event, batch.events.end());
+  filling_.bytes.assign(first_byte, batch.bytes.end());
+  batch.events.erase(first_event, batch.events.end());
+  batch.bytes.erase(first_byte, batch.bytes.end());
+  writing_event_ = 0;
+  bytes_before_ = 0;
+}
+
+void Inbox::clear() {
+  std::unique_lock lock(mutex_);
+  write_ended_.wait(lock, [&] { return !writing_; });
+  reset(filling_);
+}
+
+}  // namespace hvt

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "display/formatter.h"
+
+namespace hvt {
+
+// One thing that happened on the line; its bytes lie in InboxBatch::bytes, in event order.
+struct InboxEvent {
+  enum class Kind : std::uint8_t { received, sent, withdrawn };
+  Kind kind = Kind::received;
+  std::size_t size = 0;                          // bytes
+  std::chrono::steady_clock::time_point time{};  // read returned, or write began
+  DisplayOptions options{};                      // of a sent packet: as they were when it was sent
+};
+
+struct InboxBatch {
+  std::vector<std::uint8_t> bytes;
+  std::vector<InboxEvent> events;
+  std::uint64_t lost_bytes = 0;  // received and not kept, because the inbox was full
+};
+
+// What happened on the line, in order, on its way from the worker threads to the interface thread.
+//
+// Promises  one order for received and sent data: a packet stands where its write began, and nothing behind
+//           it is handed out before that write has ended. Up to kCapacity bytes are kept; what comes on top
+//           is counted, never dropped silently. In a steady flow nothing is allocated per chunk.
+// Threads   add_received() on the connection thread, begin_sent() and end_sent() on the one that writes,
+//           take() and clear() on the interface thread. `wake` is called without a lock on the adding thread.
+// Owns      the bytes until they are taken.
+// Ends      with its owner, after the workers.
+class Inbox {
+ public:
+  static constexpr std::size_t kCapacity = std::size_t{64} << 20;
+
+  // `wake` has the interface thread call take() soon; called whenever something can be taken.
+  explicit Inbox(std::function<void()> wake, std::size_t capacity = kCapacity);
+
+  void add_received(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time);
+
+  // Marks the place of a packet about to be written. False while another one is being written.
+  bool begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
+                  const DisplayOptions& options);
+  // The write has ended; a packet that was not written leaves no trace.
+  enum class Written { yes, no };
+  void end_sent(Written written);
+
+  // Replaces `batch` by everything that may be shown by now; its storage is reused.
+  void take(InboxBatch& batch);
+
+  // Waits for a write in progress, then drops everything, the loss counter included.
+  void clear();
+
+ private:
+  void add(InboxEvent event, std::span<const std::uint8_t> bytes);
+
+  const std::function<void()> wake_;
+  const std::size_t capacity_;
+  std::mutex mutex_;
+  std::condition_variable write_ended_;
+  bool writing_ = false;
+  std::size_t writing_event_ = 0;   // index of the packet being written
+  std::size_t bytes_before_ = 0;    // bytes of the events in front of it
+  InboxBatch filling_;
+};
+
+}  // namespace hvt

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace hvt {
+
+// Text inside the program is UTF-16 on every system: each wchar_t of a std::wstring holds one UTF-16 code
+// unit, also where wchar_t is 32 bits wide. Files and the system's byte interfaces are UTF-8.
+//
+// Both conversions are strict and throw std::runtime_error:
+//   "Invalid Unicode text."  a surrogate without its partner, or a value that is no UTF-16 unit
+//   "Invalid UTF-8 text."    malformed, overlong or surrogate UTF-8
+//   "Text is too long."      more than 2147483647 units
+std::string utf16_to_utf8(std::wstring_view text);
+std::wstring utf8_to_utf16(std::string_view bytes);
+
+// For text of foreign origin that must be shown whatever it holds (device names, system messages):
+// every malformed byte becomes U+FFFD.
+std::wstring utf8_to_utf16_lossy(std::string_view bytes);
+
+// File-system paths: UTF-16 on Windows, UTF-8 bytes elsewhere. Where names are bytes, to_path() throws like
+// utf16_to_utf8(), and path_text() shows a name that is no UTF-8 as utf8_to_utf16_lossy() does.
+std::filesystem::path to_path(std::wstring_view text);
+std::wstring path_text(const std::filesystem::path& path);
+
+// Upper case of the 26 ASCII letters; everything else unchanged, whatever the locale.
+std::wstring ascii_upper(std::wstring_view text);
+
+}  // namespace hvt

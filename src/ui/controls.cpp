@@ -1,0 +1,97 @@
+#include "ui/controls.h"
+
+namespace hvt {
+namespace {
+
+using enum ControlGroup;
+using Kind = ControlKind;
+using Id = ControlId;
+
+}  // namespace
+
+constexpr std::array<ControlRow, kControlCount> kControls{{
+    {Id::port, Kind::choice, connection, "port"},
+    {Id::refresh, Kind::button, connection, "refresh"},
+    {Id::connect, Kind::button, connection, "connect"},
+    {Id::timeout_label, Kind::label, connection, "timeout_label"},
+    {Id::timeout, Kind::choice, connection, "timeout"},
+    {Id::timeout_unit, Kind::label, connection, "timeout_unit"},
+    {Id::baud_label, Kind::label, connection, "baud_label"},
+    {Id::baud, Kind::choice, connection, "baud"},
+    {Id::data_bits_label, Kind::label, connection, "data_bits_label"},
+    {Id::data_bits, Kind::choice, connection, "data_bits"},
+    {Id::stop_bits_label, Kind::label, connection, "stop_bits_label"},
+    {Id::stop_bits, Kind::choice, connection, "stop_bits"},
+    {Id::parity_label, Kind::label, connection, "parity_label"},
+    {Id::parity, Kind::choice, connection, "parity"},
+
+    {Id::receive_title, Kind::title, receive, "receive_title"},
+    {Id::receive_ascii, Kind::radio, receive, "receive_ascii"},
+    {Id::receive_hex, Kind::radio, receive, "receive_hex"},
+    {Id::line_break, Kind::check, receive, "line_break"},
+    {Id::hide_crlf, Kind::check, receive, "hide_crlf"},
+    {Id::echo_sent, Kind::check, receive, "echo_sent"},
+    {Id::clear, Kind::button, receive, "clear"},
+    {Id::receive_view, Kind::receive_view, receive, "receive_view"},
+
+    {Id::transmit, Kind::check, transmit, "transmit"},
+    {Id::send_ascii, Kind::radio, transmit, "send_ascii"},
+    {Id::send_hex, Kind::radio, transmit, "send_hex"},
+    {Id::auto_crlf, Kind::check, transmit, "auto_crlf"},
+    {Id::packet_1, Kind::packet_edit, transmit, "packet_1"},
+    {Id::send_1, Kind::button, transmit, "send_1"},
+    {Id::packet_2, Kind::packet_edit, transmit, "packet_2"},
+    {Id::send_2, Kind::button, transmit, "send_2"},
+    {Id::packet_3, Kind::packet_edit, transmit, "packet_3"},
+    {Id::send_3, Kind::button, transmit, "send_3"},
+    {Id::packet_4, Kind::packet_edit, transmit, "packet_4"},
+    {Id::send_4, Kind::button, transmit, "send_4"},
+    {Id::packet_5, Kind::packet_edit, transmit, "packet_5"},
+    {Id::send_5, Kind::button, transmit, "send_5"},
+    {Id::packet_6, Kind::packet_edit, transmit, "packet_6"},
+    {Id::send_6, Kind::button, transmit, "send_6"},
+    {Id::packet_7, Kind::packet_edit, transmit, "packet_7"},
+    {Id::send_7, Kind::button, transmit, "send_7"},
+    {Id::packet_8, Kind::packet_edit, transmit, "packet_8"},
+    {Id::send_8, Kind::button, transmit, "send_8"},
+    {Id::packet_9, Kind::packet_edit, transmit, "packet_9"},
+    {Id::send_9, Kind::button, transmit, "send_9"},
+    {Id::packet_10, Kind::packet_edit, transmit, "packet_10"},
+    {Id::send_10, Kind::button, transmit, "send_10"},
+
+    {Id::status, Kind::status, footer, "status"},
+}};
+
+namespace {
+
+constexpr bool rows_stand_at_their_ids() {
+  for (std::size_t i = 0; i < kControls.size(); ++i) {
+    if (index_of(kControls[i].id) != i) return false;
+  }
+  return true;
+}
+
+// packet_field() and send_button() count on rows of two.
+constexpr bool packet_rows_are_pairs() {
+  for (std::size_t i = index_of(Id::packet_1); i <= index_of(Id::send_10); ++i) {
+    const bool field = (i - index_of(Id::packet_1)) % 2 == 0;
+    if (kControls[i].kind != (field ? Kind::packet_edit : Kind::button)) return false;
+  }
+  return packet_field(9) == Id::packet_10 && send_button(9) == Id::send_10;
+}
+
+constexpr bool names_are_unique() {
+  for (std::size_t i = 0; i < kControls.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      if (kControls[i].name == kControls[j].name) return false;
+    }
+  }
+  return true;
+}
+
+static_assert(rows_stand_at_their_ids());
+static_assert(packet_rows_are_pairs());
+static_assert(names_are_unique());
+
+}  // namespace
+}  // namespace hvt

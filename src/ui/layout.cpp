@@ -1,0 +1,260 @@
+#include "ui/layout.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace hvt {
+namespace {
+
+// Logical pixels at 96 DPI.
+constexpr int kMinimumWidth = 600;
+constexpr int kCompactBelow = 700;  // narrower windows break the connection row in two
+constexpr int kFirstSide = 800;
+constexpr int kMargin = 8;
+constexpr int kLineHeight = 30;
+constexpr int kControlHeight = 26;
+constexpr int kTextFrame = 8;   // above and below the text of a control, together
+constexpr int kSectionGap = 4;  // between connection, receive, transmit and status
+constexpr int kViewGap = 2;     // a line ends with as much
+constexpr int kViewMinimum = 80;
+constexpr int kStatusHeight = 24;
+constexpr int kTightGroupGap = 4;  // in a line that would not fit otherwise
+constexpr int kUsualTextHeight = 16;
+
+// What a kind draws beside its text. Kinds that stretch show as much of their text as fits.
+constexpr int frame_width(ControlKind kind) {
+  switch (kind) {
+    case ControlKind::label:
+    case ControlKind::title: return 2;
+    case ControlKind::button: return 20;
+    case ControlKind::check:
+    case ControlKind::radio: return 22;
+    case ControlKind::choice: return 34;
+    case ControlKind::packet_edit:
+    case ControlKind::receive_view:
+    case ControlKind::status: break;
+  }
+  return 0;
+}
+
+// Distance to the control before it, in logical pixels.
+enum class Gap { label = 1, unit = 4, near = 8, group = 12 };
+
+// Where an item puts the width that its line has left.
+enum class Spare { none, widens, pushes_right };
+
+// One control of a line. `least` is its smallest width in logical pixels with the usual font: it keeps a
+// button's width when its caption changes, and it is the whole natural width of a control that widens.
+struct Item {
+  ControlId id;
+  Gap gap = Gap::group;
+  int least = 0;
+  Spare spare = Spare::none;
+};
+using Line = std::span<const Item>;
+
+// Items that belong beside each other; the row may become two lines before `break_at`.
+struct Row {
+  Line items;
+  std::size_t break_at;
+};
+
+constexpr Item kConnectionItems[]{
+    {ControlId::port, Gap::group, 150, Spare::widens},
+    {ControlId::refresh, Gap::near, 80},
+    {ControlId::connect, Gap::near, 112},
+    {ControlId::timeout_label},
+    {ControlId::timeout, Gap::label, 48},
+    {ControlId::timeout_unit, Gap::unit},
+};
+constexpr Item kCommunicationItems[]{
+    {ControlId::baud_label},      {ControlId::baud, Gap::label},
+    {ControlId::data_bits_label}, {ControlId::data_bits, Gap::label},
+    {ControlId::stop_bits_label}, {ControlId::stop_bits, Gap::label},
+    {ControlId::parity_label},    {ControlId::parity, Gap::label},
+};
+constexpr Item kReceiveItems[]{
+    {ControlId::receive_title},
+    {ControlId::receive_ascii},
+    {ControlId::receive_hex, Gap::near},
+    {ControlId::line_break},
+    {ControlId::hide_crlf},
+    {ControlId::echo_sent},
+    {ControlId::clear, Gap::group, 72, Spare::pushes_right},
+};
+constexpr Item kTransmitItems[]{
+    {ControlId::transmit},
+    {ControlId::send_ascii},
+    {ControlId::send_hex, Gap::near},
+    {ControlId::auto_crlf},
+};
+constexpr std::size_t kPacketRows = (index_of(ControlId::status) - index_of(ControlId::packet_1)) / 2;
+constexpr auto kPacketItems = [] {
+  std::array<std::array<Item, 2>, kPacketRows> rows{};
+  for (std::size_t i = 0; i < kPacketRows; ++i) {
+    rows[i] = {{{packet_field(i), Gap::group, 240, Spare::widens}, {send_button(i), Gap::near, 72}}};
+  }
+  return rows;
+}();
+
+constexpr Row kConnectionRow{kConnectionItems, 3};
+constexpr Row kReceiveRow{kReceiveItems, 3};
+
+// Turns logical pixels and measured texts into device pixels.
+class Ruler {
+ public:
+  explicit Ruler(const Metrics& metrics) : metrics_(metrics) {}
+
+  int px(int logical) const { return (logical * metrics_.dpi + 48) / 96; }
+  int control_height() const { return std::max(px(kControlHeight), text_height() + px(kTextFrame)); }
+  int line_height() const {
+    return std::max(px(kLineHeight), control_height() + px(kLineHeight - kControlHeight));
+  }
+  int status_height() const { return std::max(px(kStatusHeight), metrics_.text_height + px(kTextFrame)); }
+
+  int width(const Item& item) const {
+    if (item.spare == Spare::widens) return px(item.least);
+    const std::size_t i = index_of(item.id);
+    return std::max({px(item.least), item.least * metrics_.text_height / kUsualTextHeight,
+                     metrics_.text_width[i] + px(frame_width(kControls[i].kind))});
+  }
+  int gap(const Item& item, bool tight) const {
+    return px(tight && item.gap == Gap::group ? kTightGroupGap : static_cast<int>(item.gap));
+  }
+  int width(Line line, bool tight) const {
+    int total = -gap(line.front(), tight);
+    for (const Item& item : line)
+      total += gap(item, tight) + width(item);
+    return total;
+  }
+  // Width between the margins.
+  int inner(int client_width) const { return client_width - 2 * px(kMargin); }
+
+ private:
+  int text_height() const { return std::max(metrics_.text_height, metrics_.mono_height); }
+
+  const Metrics& metrics_;
+};
+
+// The lines of a window from top to bottom; the receive view takes the height between the two parts.
+struct Plan {
+  std::vector<Line> connection;
+  std::vector<Line> receive;
+  std::vector<Line> transmit;
+};
+
+std::vector<Line> lines_of(const Row& row, bool broken) {
+  if (!broken) return {row.items};
+  return {row.items.first(row.break_at), row.items.subspan(row.break_at)};
+}
+
+Plan make_plan(const Ruler& ruler, int client_width, const PanelState& panel) {
+  const int inner = ruler.inner(client_width);
+  const auto too_wide = [&](const Row& row) { return ruler.width(row.items, false) > inner; };
+  const bool compact = client_width < ruler.px(kCompactBelow);
+
+  Plan plan;
+  plan.connection = lines_of(kConnectionRow, compact || too_wide(kConnectionRow));
+  plan.connection.emplace_back(kCommunicationItems);
+  plan.receive = lines_of(kReceiveRow, too_wide(kReceiveRow));
+  const Line transmit{kTransmitItems};
+  plan.transmit = {panel.transmit_expanded ? transmit : transmit.first(1)};
+  if (panel.transmit_expanded)
+    plan.transmit.insert(plan.transmit.end(), kPacketItems.begin(), kPacketItems.end());
+  return plan;
+}
+
+int height_without_view(const Ruler& ruler, const Plan& plan) {
+  const auto lines = plan.connection.size() + plan.receive.size() + plan.transmit.size();
+  return 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() + 3 * ruler.px(kSectionGap) +
+         ruler.px(kViewGap) + ruler.status_height();
+}
+
+// The same whether the panel is folded or not, so that showing it never widens the window.
+int minimum_width(const Ruler& ruler) {
+  const Plan narrowest = make_plan(ruler, 0, PanelState{.transmit_expanded = true});
+  int inner = 0;
+  for (const auto* const lines : {&narrowest.connection, &narrowest.receive, &narrowest.transmit}) {
+    for (const Line line : *lines)
+      inner = std::max(inner, ruler.width(line, true));
+  }
+  return std::max(ruler.px(kMinimumWidth), inner + 2 * ruler.px(kMargin));
+}
+
+// Puts the controls of a plan into place, line by line from the top.
+class Placer {
+ public:
+  Placer(const Ruler& ruler, Size client, Placement& placement)
+      : ruler_(ruler), client_(client), placement_(placement), y_(ruler.px(kMargin)) {}
+
+  void lines(const std::vector<Line>& lines) {
+    for (const Line line : lines)
+      place(line);
+  }
+  void full_width(ControlId id, int height) {
+    placement_[index_of(id)] = {ruler_.px(kMargin), y_, ruler_.inner(client_.width), height};
+    y_ += height;
+  }
+  void skip(int height) { y_ += height; }
+
+ private:
+  void place(Line line) {
+    const int inner = ruler_.inner(client_.width);
+    const bool tight = ruler_.width(line, false) > inner;
+    const int spare = std::max(0, inner - ruler_.width(line, tight));
+    const int y = y_ + (ruler_.line_height() - ruler_.control_height()) / 2;
+    int x = ruler_.px(kMargin) - ruler_.gap(line.front(), tight);
+    for (const Item& item : line) {
+      x += ruler_.gap(item, tight) + (item.spare == Spare::pushes_right ? spare : 0);
+      const int width = ruler_.width(item) + (item.spare == Spare::widens ? spare : 0);
+      placement_[index_of(item.id)] = {x, y, width, ruler_.control_height()};
+      x += width;
+    }
+    y_ += ruler_.line_height();
+  }
+
+  const Ruler& ruler_;
+  Size client_;
+  Placement& placement_;
+  int y_;
+};
+
+}  // namespace
+
+Placement layout(const Metrics& metrics, Size client, const PanelState& panel) {
+  const Ruler ruler{metrics};
+  // A smaller client is cut off at its right and lower edges rather than squeezed.
+  const Size minimum = minimum_client_size(metrics, client.width, panel);
+  client = {std::max(client.width, minimum.width), std::max(client.height, minimum.height)};
+  const Plan plan = make_plan(ruler, client.width, panel);
+
+  Placement placement{};
+  Placer placer{ruler, client, placement};
+  placer.lines(plan.connection);
+  placer.skip(ruler.px(kSectionGap));
+  placer.lines(plan.receive);
+  placer.skip(ruler.px(kViewGap));
+  placer.full_width(ControlId::receive_view, client.height - height_without_view(ruler, plan));
+  placer.skip(ruler.px(kSectionGap));
+  placer.lines(plan.transmit);
+  placer.skip(ruler.px(kSectionGap));
+  placer.full_width(ControlId::status, ruler.status_height());
+  return placement;
+}
+
+Size minimum_client_size(const Metrics& metrics, int proposed_width, const PanelState& panel) {
+  const Ruler ruler{metrics};
+  const int width = minimum_width(ruler);
+  const Plan plan = make_plan(ruler, std::max(width, proposed_width), panel);
+  return {width, height_without_view(ruler, plan) + ruler.px(kViewMinimum)};
+}
+
+Size first_client_size(const Metrics& metrics) {
+  const Ruler ruler{metrics};
+  return {ruler.px(kFirstSide), ruler.px(kFirstSide)};
+}
+
+}  // namespace hvt

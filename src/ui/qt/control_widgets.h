@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QComboBox>
+#include <QLabel>
+#include <span>
+#include <string>
+
+#include "ui/controls.h"
+
+namespace hvt {
+
+// A drop-down list that the wheel changes only while it has the keyboard: a scroll across the window must not
+// pick another baud rate.
+class ChoiceBox final : public QComboBox {
+ public:
+  explicit ChoiceBox(QWidget* parent);
+  int widest_entry() const;  // pixels of text, the placeholder included
+
+ protected:
+  void wheelEvent(QWheelEvent* event) override;
+};
+
+// One line of text; what does not fit ends in an ellipsis and is shown whole as a tool tip.
+class StatusLine final : public QLabel {
+ public:
+  explicit StatusLine(QWidget* parent);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  bool event(QEvent* event) override;
+};
+
+// Creates the widget of a row; `parent` owns it. The receive view is a class of its own.
+QWidget* create_control_widget(const ControlRow& row, QWidget* parent);
+
+}  // namespace hvt

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QColor>
+#include <QWidget>
+#include <array>
+#include <atomic>
+#include <bitset>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ui/main_window.h"
+#include "ui/qt/receive_view_widget.h"
+
+class QButtonGroup;
+class QTimer;
+
+namespace hvt {
+
+// The main window in Qt: the widgets of kControls, placed where it is told.
+//
+// Promises  check boxes and radio buttons show what apply() said last: a click is reported and then undone until
+//           the controller agrees. Lengths are device-independent pixels (96 DPI); the toolkit scales them itself.
+// Threads   the interface thread, except post().
+// Owns      the widgets and the timers; the events belong to the caller and must outlive the window.
+// Ends      by closing: closing() is raised, timers stop, posted messages are dropped. The object lives on.
+class QtMainWindow final : public QWidget, public MainWindow {
+ public:
+  explicit QtMainWindow(WindowEvents& events);
+  ~QtMainWindow() override;
+
+  void set_title(std::wstring_view title) override;
+  void set_client_size(Size client) override;
+  void show() override { QWidget::show(); }
+  void apply(std::span<const ControlChange> changes) override;
+  void place(const Placement& placement) override;
+  Metrics measure() const override;
+
+  std::wstring field_text(ControlId id) const override;
+  void set_field_text(ControlId id, std::wstring_view text, std::size_t caret) override;
+  std::size_t field_caret(ControlId id) const override;
+
+  void set_choices(ControlId id, std::span<const std::wstring> entries, std::optional<std::size_t> selected,
+                   std::wstring_view placeholder) override;
+  std::optional<std::size_t> selected_choice(ControlId id) const override;
+
+  void set_status(std::wstring_view text, StatusTone tone) override;
+  ReceiveView& receive_view() override;
+
+  bool post(unsigned message) override;
+  void start_timer(std::uintptr_t id, unsigned milliseconds) override;
+  // False: Qt hands out posted messages in rounds and serves input and timers between two rounds, so a message
+  // that posts itself again never holds them up.
+  bool input_waiting() const override { return false; }
+
+ protected:
+  bool event(QEvent* event) override;
+  void changeEvent(QEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void create_widgets();
+  void connect_events(const ControlRow& row);
+  void group_radio_buttons();
+  void pair_labels();
+  void tint_packet_rows();
+  void apply_fonts();
+  void set_caption(ControlId id, std::wstring_view caption);
+  void clicked(ControlId id);
+  void show_checked(ControlId id);
+  void require_minimum_size();
+
+  QWidget& widget(ControlId id) const { return *widgets_[index_of(id)]; }
+  template <typename Widget>
+  Widget& as(ControlId id) const {
+    return static_cast<Widget&>(widget(id));
+  }
+
+  WindowEvents& events_;
+  std::array<QWidget*, kControlCount> widgets_{};    // children of this window
+  std::array<QButtonGroup*, kControlCount> groups_{};  // of the radio buttons
+  std::bitset<kControlCount> checked_;               // as apply() said
+  Placement placement_{};
+  std::map<std::uintptr_t, std::unique_ptr<QTimer>> timers_;
+  std::atomic<bool> closed_ = false;
+  bool built_ = false;  // before that, nothing is reported
+};
+
+}  // namespace hvt

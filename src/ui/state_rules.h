@@ -1,0 +1,40 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "ui/controls.h"
+#include "ui/texts.h"
+
+namespace hvt {
+
+enum class LinkState { disconnected, connecting, connected };
+
+// Everything that decides what the controls look like.
+struct Facts {
+  Language language = Language::english;
+  LinkState link = LinkState::disconnected;
+  bool has_ports = false;
+  bool receive_hex = false;
+  bool line_break = false;
+  bool hide_crlf = false;           // saved ASCII preference, kept while Hex disables it
+  bool echo_sent = true;            // saved preference, kept while the panel is folded
+  bool transmit_expanded = false;
+  bool send_hex = false;
+  bool auto_crlf = false;
+  friend bool operator==(const Facts&, const Facts&) = default;
+};
+
+struct ControlState {
+  bool enabled = true;
+  bool visible = true;
+  bool checked = false;             // check and radio kinds
+  std::wstring_view caption;        // static texts; choices, fields and the status line carry their own text
+  friend bool operator==(const ControlState&, const ControlState&) = default;
+};
+using ControlStates = std::array<ControlState, kControlCount>;
+
+// Pure: the same facts give the same states, whatever happened before.
+ControlStates rules(const Facts& facts);
+
+}  // namespace hvt

@@ -1,0 +1,272 @@
+#include "ui/texts.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <iterator>
+#include <optional>
+#include <span>
+
+#include "serial/serial_status.h"
+#include "serial/transport_limits.h"
+
+namespace hvt {
+namespace {
+
+struct Pair {
+  std::wstring_view english;
+  std::wstring_view korean;
+
+  constexpr std::wstring_view in(Language language) const {
+    return language == Language::korean ? korean : english;
+  }
+};
+
+struct TextRow {
+  TextId id;
+  Pair pair;
+};
+
+constexpr TextRow row(TextId id, std::wstring_view english, std::wstring_view korean) {
+  return {id, {english, korean}};
+}
+// Reads the same in both languages.
+constexpr TextRow row(TextId id, std::wstring_view both) {
+  return {id, {both, both}};
+}
+
+// "{}" stands for the value of a text that has one.
+constexpr std::wstring_view kSlot = L"{}";
+
+constexpr std::array<TextRow, kTextCount> kTexts{
+    row(TextId::none, L""),
+    row(TextId::refresh, L"Refresh", L"새로 고침"),
+    row(TextId::connect, L"Connect", L"연결하기"),
+    row(TextId::connecting, L"Connecting…", L"연결 중…"),
+    row(TextId::connected_caption, L"Connected", L"연결됨"),
+    row(TextId::connection_timeout, L"Connection Timeout", L"연결 타임아웃"),
+    row(TextId::seconds, L"sec"),
+    row(TextId::baud, L"Baud", L"통신 속도"),
+    row(TextId::data_bit, L"Data bit", L"데이터 비트"),
+    row(TextId::stop_bit, L"Stop bit", L"정지 비트"),
+    row(TextId::parity, L"Parity", L"패리티"),
+    row(TextId::parity_none, L"None", L"없음"),
+    row(TextId::parity_odd, L"Odd", L"홀수"),
+    row(TextId::parity_even, L"Even", L"짝수"),
+    row(TextId::parity_mark, L"Mark", L"마크"),
+    row(TextId::parity_space, L"Space", L"스페이스"),
+
+    row(TextId::receive, L"Receive", L"수신"),
+    row(TextId::ascii, L"ASCII"),
+    row(TextId::hex, L"Hex"),
+    row(TextId::line_break, L"CR/LF Line Break", L"CR/LF 줄바꿈"),
+    row(TextId::hide_crlf, L"Hide CR/LF", L"CR/LF 감추기"),
+    row(TextId::echo_sent, L"Display sent data", L"송신 데이터 표시"),
+    row(TextId::clear, L"Clear", L"지우기"),
+
+    row(TextId::transmit, L"Transmit", L"송신"),
+    row(TextId::auto_crlf, L"Auto append CR/LF", L"CR/LF 자동 추가"),
+    row(TextId::send, L"Send", L"보내기"),
+
+    row(TextId::select_port, L"Select a COM port", L"COM 포트 선택"),
+    row(TextId::no_ports, L"No COM ports available", L"사용 가능한 COM 포트 없음"),
+    row(TextId::status_ready, L"Ready", L"준비됨"),
+    row(TextId::status_disconnected, L"Disconnected", L"연결 해제됨"),
+    row(TextId::select_port_first, L"Select a COM port first.", L"먼저 COM 포트를 선택하세요."),
+    row(TextId::connect_first, L"Connect to a COM port first.", L"먼저 COM 포트에 연결하세요."),
+    row(TextId::cleanup_pending,
+        L"The previous connection attempt is still being cleaned up. Retry later or select another port.",
+        L"이전 연결 시도를 아직 정리하고 있습니다. 잠시 후 다시 시도하거나 다른 포트를 선택하세요."),
+
+    row(TextId::connecting_to, L"Connecting to {}", L"{}에 연결 중"),
+    row(TextId::connected_to, L"Connected to {}", L"{}에 연결됨"),
+    row(TextId::connect_timed_out, L"Serial connection exceeded {} sec.",
+        L"시리얼 연결 시간이 {}초를 초과했습니다."),
+    row(TextId::receive_loss, L"Received bytes not shown because the program was stalled: {}",
+        L"프로그램이 응답하지 않는 동안 표시하지 못한 수신 바이트: {}"),
+    row(TextId::line_error, L"RX error: {}", L"RX 오류: {}"),
+    row(TextId::line_error_overflow, L"buffer overflow", L"버퍼 오버플로"),
+    row(TextId::line_error_overrun, L"overrun", L"오버런"),
+    row(TextId::line_error_parity, L"parity", L"패리티"),
+    row(TextId::line_error_frame, L"framing", L"프레이밍"),
+    row(TextId::line_error_break, L"break", L"브레이크"),
+};
+
+constexpr bool texts_stand_at_their_ids() {
+  for (std::size_t i = 0; i < kTexts.size(); ++i) {
+    if (static_cast<std::size_t>(kTexts[i].id) != i) return false;
+  }
+  return true;
+}
+static_assert(texts_stand_at_their_ids());
+
+// What the layers below say in English; they know no language. A message that the window also shows by itself
+// is in kTexts.
+constexpr Pair kMessages[]{
+    // Connection
+    {L"Could not open serial port.", L"시리얼 포트를 열 수 없습니다."},
+    {L"Serial driver failed while opening the port.",
+     L"포트를 여는 중 시리얼 드라이버에 오류가 발생했습니다."},
+    {L"Unexpected serial driver failure.", L"시리얼 드라이버에 예기치 않은 오류가 발생했습니다."},
+    {kConnectionClosed, L"시리얼 연결이 종료되었습니다."},
+    {L"Serial write failed.", L"시리얼 송신에 실패했습니다."},
+    {kWriteTimedOut, L"시리얼 송신이 500 ms를 초과했습니다."},
+    {kWriteStuck, L"시리얼 송신이 진행되지 않았습니다."},
+    {L"Could not discard serial input.", L"시리얼 수신 데이터를 비울 수 없습니다."},
+    {L"Could not query serial communication status.", L"시리얼 통신 상태를 조회할 수 없습니다."},
+    {L"Simulated write failure", L"모의 송신 실패"},
+
+    // Packets
+    {LR"(Enter a backslash as \\.)", LR"(백슬래시는 \\로 입력하세요.)"},
+    {LR"(\xNN requires exactly two hexadecimal digits.)", LR"(\xNN에는 정확히 두 자리 16진수가 필요합니다.)"},
+    {LR"(\0xNN requires exactly two hexadecimal digits.)",
+     LR"(\0xNN에는 정확히 두 자리 16진수가 필요합니다.)"},
+    {L"Unsupported escape character.", L"지원하지 않는 이스케이프 문자입니다."},
+    {LR"(ASCII mode accepts ASCII only. Use \xNN, \0xNN or <0xNN> for bytes 0x80-0xFF.)",
+     LR"(ASCII 모드에는 ASCII 문자만 입력할 수 있습니다. 0x80-0xFF 바이트는 \xNN, \0xNN 또는 <0xNN>으로 입력하세요.)"},
+    {L"Hex mode accepts only 0-9, A-F and whitespace.",
+     L"Hex 모드에는 0-9, A-F와 공백만 입력할 수 있습니다."},
+    {L"Enter Hex data in pairs of two digits.", L"Hex 데이터는 두 자리씩 입력하세요."},
+    {L"The send data is empty.", L"송신 데이터가 비어 있습니다."},
+    {L"Send data including automatic CR/LF exceeds 1500 bytes.",
+     L"자동 CR/LF를 포함한 송신 데이터가 1500바이트를 초과합니다."},
+    {L"Send data exceeds 1500 bytes.", L"송신 데이터가 1500바이트를 초과합니다."},
+    {L"Start packet must not exceed end packet.", L"시작 패킷 번호는 끝 패킷 번호보다 클 수 없습니다."},
+    {L"Invalid Unicode text.", L"잘못된 유니코드 텍스트입니다."},
+    {L"Invalid UTF-8 text.", L"잘못된 UTF-8 텍스트입니다."},
+    {L"Text is too long.", L"텍스트가 너무 깁니다."},
+
+    // Transmission
+    {L"A transmission is already in progress.", L"이미 송신 중입니다."},
+    {L"Invalid repeat settings or packet data.", L"반복 송신 설정 또는 패킷 데이터가 올바르지 않습니다."},
+    {L"Invalid manual transmission settings or packet data.",
+     L"수동 송신 설정 또는 패킷 데이터가 올바르지 않습니다."},
+    {L"Repeat transmission is already running.", L"이미 반복 송신 중입니다."},
+    {L"Manual transmission is stopping.", L"수동 송신을 정지하는 중입니다."},
+    {L"The manual transmission queue is full. Wait for queued packets to send.",
+     L"수동 송신 대기열이 가득 찼습니다. 대기 중인 패킷이 송신될 때까지 기다리세요."},
+    {L"The previous transmission is still completing.", L"이전 송신을 아직 마무리하고 있습니다."},
+    {L"Could not start the transmission worker.", L"송신 작업을 시작할 수 없습니다."},
+    {L"Could not queue the manual transmission.", L"수동 송신을 대기열에 넣을 수 없습니다."},
+    {L"Repeat transmission failed.", L"반복 송신에 실패했습니다."},
+    {L"Manual transmission failed.", L"수동 송신에 실패했습니다."},
+};
+
+// Messages about a field, and the fields. A message is taken for one of these only when its value is a field:
+// the system has texts of its own that begin with "Invalid".
+constexpr Pair kFieldMessages[]{
+    {L"{}: enter a valid number.", L"{}: 올바른 숫자를 입력하세요."},
+    {L"{}: value is outside the allowed range.", L"{}: 허용 범위를 벗어난 값입니다."},
+    {L"Enter {}.", L"값을 입력하세요: {}."},
+    {L"Invalid {}.", L"값이 올바르지 않습니다: {}."},
+    {L"Out-of-range {}.", L"값이 허용 범위를 벗어났습니다: {}."},
+};
+constexpr Pair kFields[]{
+    {L"Baud", L"통신 속도"},
+    {L"Data bits", L"데이터 비트"},
+    {L"Connection Timeout", L"연결 타임아웃"},
+    {L"Font Size", L"글자 크기"},
+    {L"RX Timeout", L"RX 타임아웃"},
+    {L"repeat count (1-9999)", L"반복 송신 횟수 (1-9999)"},
+    {L"start packet (1-10)", L"시작 패킷 번호 (1-10)"},
+    {L"end packet (1-10)", L"끝 패킷 번호 (1-10)"},
+    {L"interval (0-99999999 ms)", L"간격 (0-99999999 ms)"},
+    {L"RX timeout (10-99999999 ms)", L"RX 타임아웃 (10-99999999 ms)"},
+};
+
+struct LineErrorRow {
+  std::uint32_t bit;
+  TextId name;
+};
+constexpr LineErrorRow kLineErrors[]{
+    {kCommRxOver, TextId::line_error_overflow}, {kCommOverrun, TextId::line_error_overrun},
+    {kCommParity, TextId::line_error_parity},   {kCommFrame, TextId::line_error_frame},
+    {kCommBreak, TextId::line_error_break},
+};
+
+std::wstring fill(std::wstring_view pattern, std::wstring_view value) {
+  std::wstring filled{pattern};
+  filled.replace(filled.find(kSlot), kSlot.size(), value);
+  return filled;
+}
+
+std::wstring fill(TextId pattern, std::wstring_view value, Language language) {
+  return fill(text(pattern, language), value);
+}
+
+// The value inside `message` when it has the form of `pattern`.
+std::optional<std::wstring_view> match(std::wstring_view message, std::wstring_view pattern) {
+  const std::wstring_view lead = pattern.substr(0, pattern.find(kSlot));
+  const std::wstring_view tail = pattern.substr(lead.size() + kSlot.size());
+  if (message.size() < lead.size() + tail.size() || !message.starts_with(lead) || !message.ends_with(tail)) {
+    return std::nullopt;
+  }
+  return message.substr(lead.size(), message.size() - lead.size() - tail.size());
+}
+
+const Pair* find_english(std::span<const Pair> pairs, std::wstring_view english) {
+  const auto found = std::ranges::find(pairs, english, &Pair::english);
+  return found == pairs.end() ? nullptr : &*found;
+}
+
+// A field's name as the message has it: in English, or in Korean already when it is the shown caption.
+const Pair* find_field(std::wstring_view name) {
+  const auto found =
+      std::ranges::find_if(kFields, [name](const Pair& f) { return f.english == name || f.korean == name; });
+  return found == std::end(kFields) ? nullptr : &*found;
+}
+
+std::optional<std::wstring> korean_field_message(std::wstring_view english) {
+  for (const Pair& message : kFieldMessages) {
+    const auto name = match(english, message.english);
+    const Pair* const field = name ? find_field(*name) : nullptr;
+    if (field) return fill(message.korean, field->korean);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::wstring_view text(TextId id, Language language) {
+  return kTexts[static_cast<std::size_t>(id)].pair.in(language);
+}
+
+std::wstring connecting_to_text(std::wstring_view port, Language language) {
+  return fill(TextId::connecting_to, port, language);
+}
+
+std::wstring connected_to_text(std::wstring_view port, std::wstring_view notice, Language language) {
+  std::wstring result = fill(TextId::connected_to, port, language);
+  if (!notice.empty()) result.append(L". ").append(notice);
+  return result;
+}
+
+std::wstring connect_timed_out_text(int seconds, Language language) {
+  return fill(TextId::connect_timed_out, std::to_wstring(seconds), language);
+}
+
+std::wstring receive_loss_text(unsigned long long lost_bytes, Language language) {
+  return fill(TextId::receive_loss, std::to_wstring(lost_bytes), language);
+}
+
+std::wstring line_error_text(unsigned mask, unsigned long long count, Language language) {
+  std::wstring names;
+  for (const LineErrorRow& error : kLineErrors) {
+    if ((mask & error.bit) == 0) continue;
+    if (!names.empty()) names += L", ";
+    names += text(error.name, language);
+  }
+  if (names.empty()) return {};
+  if (count > 1) names.append(L" (").append(std::to_wstring(count)).append(L")");
+  return fill(TextId::line_error, names, language);
+}
+
+std::wstring localized_message(std::wstring_view english, Language language) {
+  if (language == Language::english) return std::wstring{english};
+  if (const Pair* const message = find_english(kMessages, english)) return std::wstring{message->korean};
+  const auto shared = std::ranges::find(kTexts, english, [](const TextRow& r) { return r.pair.english; });
+  if (shared != kTexts.end()) return std::wstring{shared->pair.korean};
+  return korean_field_message(english).value_or(std::wstring{english});
+}
+
+}  // namespace hvt

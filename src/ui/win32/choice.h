@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace hvt {
+
+// A drop-down list without an edit field: an owner-drawn combo box that keeps its strings, so that it can show
+// a placeholder while nothing is selected and stand at any height. The functions take the native control.
+inline constexpr DWORD kChoiceStyle = CBS_DROPDOWNLIST | CBS_OWNERDRAWFIXED | CBS_HASSTRINGS | WS_VSCROLL;
+
+// Replaces entries and selection; raises no notification.
+void set_choice_entries(HWND choice, std::span<const std::wstring> entries, std::optional<std::size_t> selected);
+std::optional<std::size_t> selected_entry(HWND choice);
+
+// Pixels of the widest entry; 0 without entries.
+int widest_entry(HWND choice);
+
+// The field takes this height; the list opens below it.
+void set_choice_height(HWND choice, int height);
+
+// Answers WM_DRAWITEM: one entry, or the field with the placeholder.
+void draw_choice(const DRAWITEMSTRUCT& item, const std::wstring& placeholder);
+
+}  // namespace hvt

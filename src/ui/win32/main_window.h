@@ -1,0 +1,111 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <exception>
+#include <optional>
+
+#include "ui/main_window.h"
+#include "ui/win32/fonts.h"
+#include "ui/win32/native_controls.h"
+#include "ui/win32/painting.h"
+#include "ui/win32/receive_view.h"
+
+namespace hvt {
+
+inline constexpr const wchar_t* kMainWindowClass = L"HalvetricSerialTest.Main";
+
+// The main window on Windows: one top-level window whose children are the controls of kControls.
+//
+// Promises  as MainWindow; an exception from an event ends the message loop, which throws it again (see
+//           application.h), and no event comes after it.
+// Threads   the interface thread, except post().
+// Owns      the native window, fonts and brushes.
+// Ends      with the object, or earlier when the person or the system closes the native window.
+class Win32MainWindow final : public MainWindow {
+ public:
+  explicit Win32MainWindow(WindowEvents& events);
+  ~Win32MainWindow() override;
+  Win32MainWindow(const Win32MainWindow&) = delete;
+  Win32MainWindow& operator=(const Win32MainWindow&) = delete;
+
+  HWND handle() const { return window_.load(); }
+  // Throws what an event threw, once.
+  void rethrow_failure();
+
+  void set_title(std::wstring_view title) override;
+  void set_client_size(Size client) override;
+  void show() override;
+  void apply(std::span<const ControlChange> changes) override;
+  void place(const Placement& placement) override;
+  Metrics measure() const override;
+  std::wstring field_text(ControlId id) const override;
+  void set_field_text(ControlId id, std::wstring_view text, std::size_t caret) override;
+  std::size_t field_caret(ControlId id) const override;
+  void set_choices(ControlId id, std::span<const std::wstring> entries, std::optional<std::size_t> selected,
+                   std::wstring_view placeholder) override;
+  std::optional<std::size_t> selected_choice(ControlId id) const override;
+  void set_status(std::wstring_view text, StatusTone tone) override;
+  ReceiveView& receive_view() override { return receive_view_; }
+  bool post(unsigned message) override;
+  void start_timer(std::uintptr_t id, unsigned milliseconds) override;
+  bool input_waiting() const override;
+
+ private:
+  struct Message {
+    UINT id;
+    WPARAM first;
+    LPARAM second;
+  };
+  // Empty: the system's own handling follows.
+  using Answer = std::optional<LRESULT>;
+  struct Route {
+    UINT message;
+    Answer (Win32MainWindow::*handler)(const Message&);
+  };
+  static const Route kRoutes[];
+
+  static LRESULT CALLBACK procedure(HWND window, UINT id, WPARAM first, LPARAM second);
+  LRESULT dispatch(HWND window, const Message& message);
+  Answer route(const Message& message);
+
+  Answer on_command(const Message& message);
+  Answer on_control_colors(const Message& message);
+  Answer on_draw_item(const Message& message);
+  Answer on_erase(const Message& message);
+  Answer on_size(const Message& message);
+  Answer on_sizing(const Message& message);
+  Answer on_limits(const Message& message);
+  Answer on_dpi_changed(const Message& message);
+  Answer on_activate(const Message& message);
+  Answer on_focus(const Message& message);
+  Answer on_forwarded(const Message& message);
+  Answer on_close(const Message& message);
+  Answer on_end_session(const Message& message);
+  Answer on_destroy(const Message& message);
+  Answer on_gone(const Message& message);
+
+  void create_native();
+  void make_fonts();
+  void apply_one(const ControlChange& change);
+  void leave_if_focused(HWND control);
+  void tell_closing();
+  Size minimum_window_size(int proposed_width);
+
+  WindowEvents& events_;
+  std::atomic<HWND> window_{nullptr};
+  Surfaces surfaces_;
+  Fonts fonts_;
+  NativeControls controls_;
+  RichEditView receive_view_;
+  Sections sections_;
+  StatusTone status_tone_ = StatusTone::plain;
+  HWND last_focus_ = nullptr;       // the control to return to when the window becomes active again
+  int own_changes_ = 0;             // above 0 while the program itself changes controls: no events then
+  bool live_ = false;               // created completely and not failed: events may be raised
+  bool closing_told_ = false;
+  std::exception_ptr failure_;      // what ended the message loop
+};
+
+}  // namespace hvt

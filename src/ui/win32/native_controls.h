@@ -1,0 +1,51 @@
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "ui/controls.h"
+#include "ui/layout.h"
+#include "ui/win32/fonts.h"
+
+namespace hvt {
+
+inline constexpr int kFirstControlId = 1000;  // native id of row 0 of kControls
+
+constexpr int native_id(ControlId id) { return kFirstControlId + static_cast<int>(index_of(id)); }
+// Empty for an id that belongs to no control of the table.
+std::optional<ControlId> control_of(int native_id);
+
+std::wstring window_text(HWND window);
+
+// The native control of every row of kControls, created as hidden or shown children in table order, which is
+// the tab order.
+//
+// Promises  creates all or throws std::runtime_error "Could not create a Windows control.".
+// Threads   the interface thread.
+// Owns      nothing: the parent window destroys its children. forget() makes every later use harmless.
+class NativeControls {
+ public:
+  void create(HWND parent);
+  void forget() { handles_ = {}; }
+
+  HWND operator[](ControlId id) const { return handles_[index_of(id)]; }
+  void set_fonts(const Fonts& fonts);
+  void set_choices(ControlId id, std::span<const std::wstring> entries, std::optional<std::size_t> selected,
+                   std::wstring_view placeholder);
+  void draw_choice_item(const DRAWITEMSTRUCT& item, ControlId id) const;
+  // Moves every control that has a rectangle in one step.
+  void place(const Placement& placement);
+  // Widths of the texts as shown now; fields and the receive view need none.
+  Metrics measure(const Fonts& fonts) const;
+
+ private:
+  std::array<HWND, kControlCount> handles_{};
+  std::array<std::wstring, kControlCount> placeholders_;
+};
+
+}  // namespace hvt

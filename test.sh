@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Builds everything and runs every test: Linux, AddressSanitizer with UndefinedBehaviorSanitizer,
+# ThreadSanitizer, and the Windows build under Wine. The last line counts the test cases.
+set -uo pipefail
+cd "$(dirname "$0")"
+
+tools/packages.sh test || exit 1
+mkdir -p build
+log=build/test.log
+: >"$log"
+broken=0
+
+if ! tools/check --style; then broken=1; fi
+
+for preset in linux linux-asan linux-tsan win64; do
+  echo "== $preset"
+  cmake --preset "$preset" >"build/configure-$preset.log" 2>&1 || { cat "build/configure-$preset.log"; broken=1; continue; }
+  cmake --build --preset "$preset" >"build/build-$preset.log" 2>&1 || { tail -60 "build/build-$preset.log"; broken=1; continue; }
+  if [ "$preset" = win64 ]; then
+    tools/wine/prefix.sh "$PWD/build/wine-prefix" || { broken=1; continue; }
+    export WINEPREFIX="$PWD/build/wine-prefix"
+  fi
+  ctest --preset "$preset" --verbose >"build/ctest-$preset.log" 2>&1 || broken=1
+  grep -E '^[0-9]+: \[ +FAILED|Failure$|ThreadSanitizer|AddressSanitizer|runtime error|\*\*\*' "build/ctest-$preset.log"
+  grep -E 'tests passed|tests failed' "build/ctest-$preset.log"
+  cat "build/ctest-$preset.log" >>"$log"
+done
+[ -d build/wine-prefix ] && tools/wine/stop.sh "$PWD/build/wine-prefix"
+
+passed=$(grep -cE '^[0-9]+: \[ +OK \]' "$log")
+failed=$(grep -cE '^[0-9]+: \[ +FAILED +\] [^ ]+ \([0-9]+ ms\)$' "$log")
+# A build that broke or a test program that crashed is a failure of its own.
+[ "$broken" -ne 0 ] && [ "$failed" -eq 0 ] && failed=1
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]

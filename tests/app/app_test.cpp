@@ -1,0 +1,280 @@
+// Risk: the controller's marshalling and flows: order and completeness of what workers hand over, stale
+// reports of ended attempts, and that nothing is shown as sent that was not.
+
+#include "app/app.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <latch>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/recording_window.h"
+#include "tests/support/scripted_transport.h"
+
+namespace hvt {
+namespace {
+
+using namespace std::chrono_literals;
+using test::RecordingWindow;
+using test::ScriptedTransport;
+
+std::vector<PortDescription> two_ports() { return {{L"COM8", L""}, {L"COM9", L"CP210x"}}; }
+
+// The program on a window double, with one scripted device behind both ports.
+struct Program {
+  explicit Program(TransportFactory factory = {}, PortSource ports = two_ports)
+      : app(factory ? std::move(factory) : [this](const auto&, auto&) { return device; }, std::move(ports)),
+        window(app) {
+    app.attach(window);
+  }
+  ~Program() {
+    app.closing();
+    app.detach();
+  }
+
+  // Runs the message loop until the condition holds; false after 5 s.
+  template <typename Condition>
+  bool until(Condition&& condition) {
+    const auto limit = std::chrono::steady_clock::now() + 5s;
+    while (!condition()) {
+      if (std::chrono::steady_clock::now() > limit) return false;
+      window.deliver();
+      std::this_thread::yield();
+    }
+    return true;
+  }
+  bool status_becomes(std::wstring_view text) {
+    return until([&] { return window.status() == text; });
+  }
+  bool shows(std::wstring_view text) {
+    return until([&] { return window.shown() == text; });
+  }
+  void connect() {
+    app.command(ControlId::connect);
+    ASSERT_TRUE(status_becomes(L"Connected to COM8"));
+  }
+  void open_transmit(std::wstring packet) {
+    app.command(ControlId::transmit);
+    window.type(packet_field(0), std::move(packet));
+  }
+
+  std::shared_ptr<ScriptedTransport> device = std::make_shared<ScriptedTransport>();
+  App app;
+  RecordingWindow window;
+};
+
+TEST(App, RunsPostedTasksInOrderEachOnce) {
+  Program program;
+  std::vector<int> ran;
+  std::jthread([&] {
+    for (int i = 0; i < 1000; ++i) {
+      program.app.post_to_ui([&, i] {
+        ran.push_back(i);
+        if (i == 500) program.app.post_to_ui([&] { ran.push_back(1000); });
+      });
+    }
+  }).join();
+  ASSERT_TRUE(program.until([&] { return ran.size() == 1001; }));
+  program.window.deliver();
+  std::vector<int> expected(1001);
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_EQ(ran, expected);
+}
+
+TEST(App, ConnectsShowsEachStateAndDisconnects) {
+  Program program;
+  const auto caption = [&] { return program.window.state(ControlId::connect).caption; };
+  EXPECT_EQ(caption(), L"Connect");
+  program.app.command(ControlId::connect);
+  EXPECT_EQ(caption(), L"Connecting…");
+  EXPECT_EQ(program.window.status(), L"Connecting to COM8");
+  ASSERT_TRUE(program.status_becomes(L"Connected to COM8"));
+  EXPECT_EQ(caption(), L"Connected");
+  program.app.command(ControlId::connect);
+  EXPECT_EQ(program.window.status(), L"Disconnected");
+  EXPECT_EQ(caption(), L"Connect");
+}
+
+TEST(App, SaysWhyAConnectFailed) {
+  struct Case {
+    const char* name;
+    TransportFactory factory;
+    PortSource ports;
+    std::wstring status;
+  };
+  const Case cases[] = {
+      {"driver's words", [](auto&, auto& error) { error = L"Access denied."; return nullptr; }, two_ports,
+       L"Access denied."},
+      {"no words", [](auto&, auto&) { return nullptr; }, two_ports, L"Could not open serial port."},
+      {"no port", [](auto&, auto&) { return nullptr; }, [] { return std::vector<PortDescription>(); },
+       L"Select a COM port first."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Program program(c.factory, c.ports);
+    program.app.command(ControlId::connect);
+    EXPECT_TRUE(program.status_becomes(c.status));
+    EXPECT_EQ(program.window.tone(), StatusTone::error);
+    EXPECT_EQ(program.window.state(ControlId::connect).caption, L"Connect");
+  }
+}
+
+TEST(App, ATimeOutIsToldInSecondsAndThePortIsHeldUntilTheDriverReturns) {
+  std::latch let_go(1);
+  Program program([&](const auto&, auto&) -> std::shared_ptr<SerialTransport> {
+    let_go.wait();
+    return nullptr;
+  });
+  program.window.choose(ControlId::timeout, 0);  // 1 second, real time
+  program.app.command(ControlId::connect);
+  EXPECT_TRUE(program.status_becomes(L"Serial connection exceeded 1 sec."));
+  program.app.command(ControlId::connect);
+  EXPECT_EQ(program.window.status(),
+            L"The previous connection attempt is still being cleaned up. Retry later or select another port.");
+  let_go.count_down();
+}
+
+TEST(App, AStaleOutcomeChangesNothing) {
+  Program program;
+  program.app.command(ControlId::connect);
+  // The success is posted and not yet handled when the person cancels.
+  const auto limit = std::chrono::steady_clock::now() + 5s;
+  while (!program.device->wait_until_reading() && std::chrono::steady_clock::now() < limit) {
+  }
+  program.app.command(ControlId::connect);
+  program.window.deliver();
+  EXPECT_EQ(program.window.status(), L"Disconnected");
+  EXPECT_EQ(program.window.state(ControlId::connect).caption, L"Connect");
+}
+
+TEST(App, ALostConnectionIsShownAndCanBeMadeAgain) {
+  Program program;
+  program.connect();
+  program.device->feed({'a'});
+  ASSERT_TRUE(program.shows(L"a"));
+  program.device->unplug(L"The serial device was removed.");
+  ASSERT_TRUE(program.status_becomes(L"The serial device was removed."));
+  EXPECT_EQ(program.window.tone(), StatusTone::error);
+  EXPECT_EQ(program.window.shown(), L"a");
+  program.device = std::make_shared<ScriptedTransport>();
+  ASSERT_TRUE(program.until([&] {  // the reader of the lost connection may still be leaving
+    program.app.command(ControlId::connect);
+    return program.window.state(ControlId::connect).caption != L"Connect";
+  }));
+  ASSERT_TRUE(program.status_becomes(L"Connected to COM8"));
+}
+
+TEST(App, OneWakeIsUnderWayHoweverManyChunksArrive) {
+  Program program;
+  program.window.take_posted();
+  const auto now = std::chrono::steady_clock::now();
+  for (int i = 0; i < 100; ++i) program.app.on_receive({'x'}, now);
+  EXPECT_EQ(program.window.take_posted(), (std::vector{kDisplayMessage}));
+  program.app.message(kDisplayMessage, 0, 0);
+  EXPECT_EQ(program.window.shown(), std::wstring(100, L'x'));
+
+  // A refused post must not mute the wake.
+  program.window.refuse_posts(true);
+  program.app.on_receive({'y'}, now);
+  program.window.refuse_posts(false);
+  program.app.on_receive({'z'}, now);
+  EXPECT_EQ(program.window.take_posted(), (std::vector{kDisplayMessage}));
+
+  // Input comes first: the wake does nothing, the timer pumps.
+  program.window.input_waits = true;
+  program.app.message(kDisplayMessage, 0, 0);
+  EXPECT_EQ(program.window.shown(), std::wstring(100, L'x'));
+  program.window.tick();
+  EXPECT_EQ(program.window.shown(), std::wstring(100, L'x') + L"yz");
+}
+
+TEST(App, RefusesToSendWithoutAConnectionOrAPacket) {
+  Program program;
+  program.open_transmit(L"hello");
+  program.app.command(send_button(0));
+  EXPECT_EQ(program.window.status(), L"Connect to a COM port first.");
+  program.connect();
+  program.window.type(packet_field(0), L"\\q");
+  program.app.command(packet_field(0));
+  EXPECT_EQ(program.window.status(), L"Unsupported escape character.");
+  program.app.command(ControlId::transmit);  // folded: a stale click is refused without a trace
+  program.window.type(packet_field(0), L"hello");
+  program.app.command(send_button(0));
+  EXPECT_EQ(program.window.status(), L"Unsupported escape character.");
+  EXPECT_TRUE(program.device->writes().empty());
+}
+
+TEST(App, ASentPacketStandsBeforeItsReplyEvenIfTheReplyIsFaster) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"PING");
+  program.app.command(ControlId::auto_crlf);
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.device->wait_until_write_blocks());
+  program.app.command(send_button(0));
+  EXPECT_EQ(program.window.status(), L"A transmission is already in progress.");
+  program.device->feed({'P', 'O', 'N', 'G'});
+  ASSERT_TRUE(program.device->wait_until_reading());
+  program.window.tick();
+  EXPECT_EQ(program.window.shown(), L"");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
+  EXPECT_TRUE(program.shows(L"[TX] PING<CR><LF>\r\n[RX] PONG"));
+}
+
+TEST(App, AFailedWriteIsToldAndNothingAppearsAsSent) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"PING");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Serial write exceeded 500 ms.");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.status_becomes(L"Serial write exceeded 500 ms."));
+  program.device->feed({'A'});
+  EXPECT_TRUE(program.shows(L"[RX] A"));
+}
+
+TEST(App, ClearWaitsForAWriteAndThenNothingOldComesBack) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"PING");
+  program.device->feed({'o', 'l', 'd'});
+  ASSERT_TRUE(program.shows(L"[RX] old"));
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.device->wait_until_write_blocks());
+  std::jthread device([&] { program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept); });
+  program.app.command(ControlId::clear);
+  EXPECT_EQ(program.device->writes().size(), 1u);  // the clear came after it
+  program.window.tick();
+  EXPECT_EQ(program.window.shown(), L"");
+  program.device->feed({'n', 'e', 'w'});
+  EXPECT_TRUE(program.shows(L"[RX] new"));
+}
+
+TEST(App, HexInputIsSpacedWhileTyping) {
+  Program program;
+  program.open_transmit(L"0243");
+  EXPECT_EQ(program.window.field_text(packet_field(0)), L"0243");
+  program.app.command(ControlId::send_hex);
+  program.window.type(packet_field(0), L"02434d44");
+  EXPECT_EQ(program.window.field_text(packet_field(0)), L"02 43 4D 44");
+  program.window.type(packet_field(0), L"02 4");
+  EXPECT_EQ(program.window.field_text(packet_field(0)), L"02 4");
+}
+
+TEST(App, WritesOnlyControlsThatChanged) {
+  Program program;
+  const std::size_t before = program.window.writes();
+  for (int i = 0; i < 100; ++i) program.app.command(ControlId::refresh);
+  EXPECT_EQ(program.window.writes(), before);
+  program.app.command(ControlId::line_break);
+  EXPECT_EQ(program.window.writes(), before + 1);
+}
+
+}  // namespace
+}  // namespace hvt

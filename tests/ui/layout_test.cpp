@@ -1,0 +1,332 @@
+// Risk: at some size, DPI or language a control is clipped, covered or pushed out of the window, or the
+// window jumps when it crosses a layout edge. Properties over a grid of sizes, not single pictures.
+#include "ui/layout.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "ui/choices.h"
+#include "ui/state_rules.h"
+#include "ui/texts.h"
+
+namespace hvt {
+namespace {
+
+constexpr int kDpis[]{96, 120, 144, 168, 192};
+constexpr int kWidths[]{600, 601, 640, 699, 700, 701, 739, 740, 800, 1024, 1366, 1920, 2560};
+constexpr int kHeights[]{400, 440, 500, 640, 800, 940, 1200, 1600};
+constexpr PanelState kFolded{};
+constexpr PanelState kOpen{.transmit_expanded = true};
+
+// A font to measure with: how wide a Latin character is, in percent of the line height; a space is half of
+// that. Hangul is as wide as the line is high, which is more than interface fonts need.
+struct Font {
+  Language language;
+  int line_height;  // at 96 DPI
+  int latin_percent;
+};
+constexpr Font kFonts[]{{Language::english, 16, 42}, {Language::english, 18, 50}, {Language::korean, 16, 50}};
+
+int scaled(int logical, int dpi) {
+  return (logical * dpi + 48) / 96;
+}
+
+int text_width(std::wstring_view text, const Font& font, int dpi) {
+  const int height = scaled(font.line_height, dpi);
+  int width = 0;
+  const int latin = (height * font.latin_percent + 99) / 100;
+  for (const wchar_t c : text)
+    width += c == L' ' ? latin / 2 : c >= 0xAC00 ? height : latin;
+  return width;
+}
+
+template <typename Entries>
+int widest(const Entries& entries, const Font& font, int dpi) {
+  int width = 0;
+  for (const auto& entry : entries) {
+    if constexpr (std::is_same_v<std::decay_t<decltype(entry)>, TextId>) {
+      width = std::max(width, text_width(text(entry, font.language), font, dpi));
+    } else {
+      width = std::max(width, text_width(entry, font, dpi));
+    }
+  }
+  return width;
+}
+
+// What a face would measure: the captions of the rules and the entries of the choices.
+Metrics measure(const Font& font, int dpi, LinkState link = LinkState::disconnected) {
+  Metrics metrics;
+  metrics.dpi = dpi;
+  metrics.text_height = metrics.mono_height = scaled(font.line_height, dpi);
+  Facts facts;
+  facts.language = font.language;
+  facts.link = link;
+  const ControlStates states = rules(facts);
+  for (std::size_t i = 0; i < kControlCount; ++i) {
+    metrics.text_width[i] = text_width(states[i].caption, font, dpi);
+  }
+  metrics.text_width[index_of(ControlId::port)] = text_width(std::wstring(200, L'W'), font, dpi);
+  metrics.text_width[index_of(ControlId::timeout)] = widest(kTimeoutSeconds, font, dpi);
+  metrics.text_width[index_of(ControlId::baud)] = widest(kBaudRates, font, dpi);
+  metrics.text_width[index_of(ControlId::data_bits)] = widest(kDataBits, font, dpi);
+  metrics.text_width[index_of(ControlId::stop_bits)] = widest(kStopBits, font, dpi);
+  metrics.text_width[index_of(ControlId::parity)] = widest(kParities, font, dpi);
+  return metrics;
+}
+
+const Rect& at(const Placement& placement, ControlId id) {
+  return placement[index_of(id)];
+}
+
+bool stretches(ControlId id) {
+  return id == ControlId::port || control(id).kind == ControlKind::packet_edit ||
+         id == ControlId::receive_view || id == ControlId::status;
+}
+
+bool shown(ControlId id, const PanelState& panel) {
+  return panel.transmit_expanded || control(id).group != ControlGroup::transmit || id == ControlId::transmit;
+}
+
+int frame(ControlKind kind) {
+  switch (kind) {
+    case ControlKind::button: return 20;
+    case ControlKind::check:
+    case ControlKind::radio: return 22;
+    case ControlKind::choice: return 34;
+    default: return 0;
+  }
+}
+
+struct Scene {
+  Metrics metrics;
+  Size client;
+  PanelState panel;
+};
+
+// Every client size of the grid that is not below the minimum, in every font, DPI and panel state.
+template <typename Check>
+void for_all_scenes(Check check) {
+  int visited = 0;
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      const Metrics metrics = measure(font, dpi);
+      for (const PanelState panel : {kFolded, kOpen}) {
+        for (const int width : kWidths) {
+          const Size least = minimum_client_size(metrics, scaled(width, dpi), panel);
+          for (const int height : kHeights) {
+            const Scene scene{
+                metrics,
+                {std::max(scaled(width, dpi), least.width), std::max(scaled(height, dpi), least.height)},
+                panel};
+            SCOPED_TRACE(testing::Message()
+                         << (font.language == Language::korean ? "korean " : "english ") << font.line_height
+                         << "px, " << dpi << " dpi, " << scene.client.width << "x" << scene.client.height
+                         << (panel.transmit_expanded ? ", open" : ", folded"));
+            check(scene, layout(metrics, scene.client, panel));
+            if (testing::Test::HasFailure()) return;
+            ++visited;
+          }
+        }
+      }
+    }
+  }
+  EXPECT_EQ(visited, 3 * 5 * 2 * 13 * 8);
+}
+
+TEST(Layout, EverythingShownLiesInsideAndNothingElseIsPlaced) {
+  for_all_scenes([](const Scene& s, const Placement& p) {
+    for (const ControlRow& row : kControls) {
+      const Rect& r = at(p, row.id);
+      EXPECT_EQ(!r.empty(), shown(row.id, s.panel)) << row.name;
+      EXPECT_TRUE(r.x >= 0 && r.y >= 0 && r.right() <= s.client.width && r.bottom() <= s.client.height)
+          << row.name;
+    }
+  });
+}
+
+TEST(Layout, NothingOverlaps) {
+  for_all_scenes([](const Scene&, const Placement& p) {
+    for (std::size_t i = 0; i < kControlCount; ++i) {
+      for (std::size_t j = 0; j < i; ++j) {
+        if (p[i].empty() || p[j].empty()) continue;
+        const bool apart = p[i].right() <= p[j].x || p[j].right() <= p[i].x || p[i].bottom() <= p[j].y ||
+                           p[j].bottom() <= p[i].y;
+        EXPECT_TRUE(apart) << kControls[i].name << " and " << kControls[j].name;
+      }
+    }
+  });
+}
+
+TEST(Layout, NoTextIsClipped) {
+  for_all_scenes([](const Scene& s, const Placement& p) {
+    for (const ControlRow& row : kControls) {
+      const Rect& r = at(p, row.id);
+      if (r.empty()) continue;
+      EXPECT_GE(r.height, s.metrics.text_height) << row.name;
+      if (stretches(row.id)) continue;
+      EXPECT_GE(r.width, s.metrics.text_width[index_of(row.id)] + scaled(frame(row.kind), s.metrics.dpi))
+          << row.name;
+    }
+    EXPECT_GE(at(p, ControlId::receive_view).height, scaled(80, s.metrics.dpi));
+  });
+}
+
+// Tab order is table order, so the table must read like the window: left to right, top to bottom.
+TEST(Layout, TabOrderIsReadingOrder) {
+  for_all_scenes([](const Scene&, const Placement& p) {
+    Rect before{};
+    for (const ControlRow& row : kControls) {
+      const Rect& r = at(p, row.id);
+      if (r.empty()) continue;
+      EXPECT_TRUE(r.y >= before.bottom() || (r.y == before.y && r.x >= before.right())) << row.name;
+      before = r;
+    }
+  });
+}
+
+TEST(Layout, EdgesAlign) {
+  for_all_scenes([](const Scene& s, const Placement& p) {
+    const int margin = at(p, ControlId::port).x;
+    const int right = s.client.width - margin;
+    EXPECT_EQ(at(p, ControlId::status).bottom(), s.client.height - margin);
+    for (const ControlId id : {ControlId::receive_view, ControlId::status, ControlId::clear}) {
+      EXPECT_EQ(at(p, id).right(), right) << control(id).name;
+    }
+    for (const ControlId id : {ControlId::baud_label, ControlId::receive_title, ControlId::receive_view,
+                               ControlId::transmit, ControlId::status}) {
+      EXPECT_EQ(at(p, id).x, margin) << control(id).name;
+    }
+    for (std::size_t row = 0; s.panel.transmit_expanded && row < 10; ++row) {
+      EXPECT_EQ(at(p, packet_field(row)).x, margin);
+      EXPECT_EQ(at(p, send_button(row)).right(), right);
+    }
+  });
+}
+
+// Growing within one arrangement gives the new pixels to the stretchers and to nobody else.
+TEST(Layout, OnlyStretchersGrow) {
+  constexpr int kMore = 7;
+  for_all_scenes([](const Scene& s, const Placement& p) {
+    const Placement wider = layout(s.metrics, {s.client.width + kMore, s.client.height}, s.panel);
+    const Placement taller = layout(s.metrics, {s.client.width, s.client.height + kMore}, s.panel);
+    const bool rearranged = at(wider, ControlId::receive_view).y != at(p, ControlId::receive_view).y;
+    for (const ControlRow& row : kControls) {
+      if (at(p, row.id).empty()) continue;
+      const bool view = row.id == ControlId::receive_view;
+      EXPECT_EQ(at(taller, row.id).height - at(p, row.id).height, view ? kMore : 0) << row.name;
+      EXPECT_EQ(at(taller, row.id).width, at(p, row.id).width) << row.name;
+      if (rearranged) continue;
+      EXPECT_EQ(at(wider, row.id).height, at(p, row.id).height) << row.name;
+      EXPECT_EQ(at(wider, row.id).width - at(p, row.id).width, stretches(row.id) ? kMore : 0) << row.name;
+    }
+  });
+}
+
+TEST(Layout, TheConnectionDetailsTakeALineOfTheirOwnBelow700) {
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      const Metrics metrics = measure(font, dpi);
+      const int edge = scaled(700, dpi);
+      const Size client{edge, scaled(1200, dpi)};
+      const Placement wide = layout(metrics, client, kOpen);
+      const Placement compact = layout(metrics, {edge - 1, client.height}, kOpen);
+      SCOPED_TRACE(testing::Message() << dpi << " dpi, font " << font.line_height);
+      EXPECT_EQ(at(wide, ControlId::timeout).y, at(wide, ControlId::port).y);
+      EXPECT_EQ(at(compact, ControlId::timeout).y - at(compact, ControlId::port).y, scaled(30, dpi));
+      // The communication settings stay one row and move down by one.
+      EXPECT_EQ(at(compact, ControlId::baud).y - at(wide, ControlId::baud).y, scaled(30, dpi));
+      EXPECT_EQ(at(compact, ControlId::parity).y, at(compact, ControlId::baud).y);
+      EXPECT_EQ(at(wide, ControlId::parity).y, at(wide, ControlId::baud).y);
+      // Nothing below the receive view moves.
+      for (const ControlId id : {ControlId::transmit, ControlId::packet_10, ControlId::status}) {
+        EXPECT_EQ(at(compact, id).y, at(wide, id).y) << control(id).name;
+      }
+    }
+  }
+}
+
+TEST(Layout, ReceiveOptionsKeepTheirDistances) {
+  for_all_scenes([](const Scene& s, const Placement& p) {
+    const auto distance = [&p](ControlId left, ControlId right) {
+      return at(p, right).x - at(p, left).right();
+    };
+    const int dpi = s.metrics.dpi;
+    EXPECT_EQ(distance(ControlId::line_break, ControlId::hide_crlf), scaled(12, dpi));
+    EXPECT_EQ(distance(ControlId::hide_crlf, ControlId::echo_sent), scaled(12, dpi));
+    EXPECT_GE(distance(ControlId::echo_sent, ControlId::clear), scaled(12, dpi));
+    EXPECT_EQ(distance(ControlId::baud_label, ControlId::baud), scaled(1, dpi));
+    EXPECT_EQ(distance(ControlId::timeout, ControlId::timeout_unit), scaled(4, dpi));
+  });
+}
+
+// A connection attempt changes the button's caption, and nobody measures again for it.
+TEST(Layout, TheConnectionButtonHasRoomForEachOfItsCaptions) {
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      const Rect button = at(layout(measure(font, dpi), {0, 0}, kFolded), ControlId::connect);
+      for (const LinkState link : {LinkState::connecting, LinkState::connected}) {
+        const int needed =
+            measure(font, dpi, link).text_width[index_of(ControlId::connect)] + scaled(20, dpi);
+        EXPECT_GE(button.width, needed) << dpi << " dpi, font " << font.line_height;
+      }
+    }
+  }
+}
+
+TEST(MinimumSize, Is600WideAndNoTallerThanTheSettledWindows) {
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      SCOPED_TRACE(testing::Message() << dpi << " dpi, font " << font.line_height);
+      const Metrics metrics = measure(font, dpi);
+      for (const int width : {0, 599, 600, 700, 2560}) {
+        const Size folded = minimum_client_size(metrics, scaled(width, dpi), kFolded);
+        const Size open = minimum_client_size(metrics, scaled(width, dpi), kOpen);
+        EXPECT_EQ(folded.width, scaled(600, dpi));
+        EXPECT_EQ(open.width, folded.width);
+        EXPECT_LT(folded.height, open.height);
+        EXPECT_LE(folded.height, scaled(440, dpi));
+        EXPECT_LE(open.height, scaled(800, dpi));
+      }
+      // Proposals below the minimum count as the minimum.
+      EXPECT_EQ(minimum_client_size(metrics, 1, kOpen),
+                minimum_client_size(metrics, scaled(600, dpi), kOpen));
+      // Exact: at the minimum the view has its 80 pixels and no more.
+      const Placement tightest = layout(metrics, minimum_client_size(metrics, 0, kOpen), kOpen);
+      EXPECT_EQ(at(tightest, ControlId::receive_view).height, scaled(80, dpi));
+    }
+  }
+}
+
+TEST(MinimumSize, GrowsWhenAFontNeedsMore) {
+  const Metrics huge = measure({Language::english, 40, 70}, 96);
+  const Size least = minimum_client_size(huge, 0, kOpen);
+  EXPECT_GT(least.width, 600);
+  const Placement p = layout(huge, least, kOpen);
+  for (const ControlRow& row : kControls)
+    EXPECT_LE(at(p, row.id).right(), least.width) << row.name;
+  EXPECT_EQ(at(p, ControlId::parity).y, at(p, ControlId::baud).y);
+}
+
+TEST(Layout, ATooSmallClientIsLaidOutAsTheMinimum) {
+  const Metrics metrics = measure(kFonts[0], 96);
+  for (const PanelState panel : {kFolded, kOpen}) {
+    EXPECT_EQ(layout(metrics, {0, 0}, panel), layout(metrics, minimum_client_size(metrics, 0, panel), panel));
+  }
+}
+
+TEST(Layout, AFirstWindowGivesTheFoldedReceiveViewMoreThanHalf) {
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      const Metrics metrics = measure(font, dpi);
+      const Size first = first_client_size(metrics);
+      EXPECT_EQ(first, (Size{scaled(800, dpi), scaled(800, dpi)}));
+      EXPECT_GT(at(layout(metrics, first, kFolded), ControlId::receive_view).height, scaled(400, dpi));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace hvt

@@ -1,0 +1,257 @@
+// The risks of a face: a control of the table that is missing or of the wrong kind, an event that the program
+// caused itself, a user's action that is lost or told twice, a message or timer that outlives the window.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "transmit/packet_text.h"
+#include "ui/qt/main_window.h"
+#include "ui/qt/qt_text.h"
+
+namespace hvt {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Writes down what the window reports, and lays it out as the controller would.
+class Recorder : public WindowEvents {
+ public:
+  void command(ControlId id) override { note("command", id); }
+  void chosen(ControlId id) override { note("chosen", id); }
+  void edited(ControlId id) override { note("edited", id); }
+  void resized(Size client) override { last_size = client; }
+  void metrics_changed() override { log.emplace_back("metrics"); }
+  void closing() override { log.emplace_back("closing"); }
+  Size minimum_client_size(int) override { return least; }
+  void message(unsigned number, std::uintptr_t first, std::intptr_t) override {
+    if (on_message) on_message(number, first);
+  }
+
+  std::vector<std::string> take() { return std::exchange(log, {}); }
+
+  std::vector<std::string> log;
+  std::function<void(unsigned, std::uintptr_t)> on_message;
+  Size last_size;
+  Size least{600, 300};
+
+ private:
+  void note(const char* what, ControlId id) { log.push_back(std::string(what) + ' ' + std::string(control(id).name)); }
+};
+
+class Face : public testing::Test {
+ protected:
+  Face() {
+    Facts facts;
+    facts.has_ports = facts.transmit_expanded = true;
+    facts.link = LinkState::disconnected;
+    states_ = rules(facts);
+    apply_all();
+    const std::vector<std::wstring> entries{L"one", L"two", L"three"};
+    for (const ControlRow& row : kControls) {
+      if (row.kind == ControlKind::choice) window_.set_choices(row.id, entries, 0, L"");
+    }
+    window_.place(layout(window_.measure(), {800, 800}, {.transmit_expanded = true}));
+    window_.set_client_size({800, 800});
+    window_.show();
+    recorder_.take();
+  }
+
+  void apply_all() {
+    std::vector<ControlChange> changes;
+    for (const ControlRow& row : kControls) changes.push_back({row.id, states_[index_of(row.id)]});
+    window_.apply(changes);
+  }
+
+  template <typename Widget = QWidget>
+  Widget* find(ControlId id) const {
+    const std::string name(control(id).name);
+    return window_.findChild<Widget*>(QString::fromStdString(name));
+  }
+
+  Recorder recorder_;
+  QtMainWindow window_{recorder_};
+  ControlStates states_;
+};
+
+TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
+  for (const ControlRow& row : kControls) {
+    SCOPED_TRACE(std::string(row.name));
+    bool found = false;
+    switch (row.kind) {
+      case ControlKind::label:
+      case ControlKind::title:
+      case ControlKind::status: found = find<QLabel>(row.id) != nullptr; break;
+      case ControlKind::button: found = find<QPushButton>(row.id) != nullptr; break;
+      case ControlKind::check: found = find<QCheckBox>(row.id) != nullptr; break;
+      case ControlKind::radio: found = find<QRadioButton>(row.id) != nullptr; break;
+      case ControlKind::choice: found = find<QComboBox>(row.id) && !find<QComboBox>(row.id)->isEditable(); break;
+      case ControlKind::packet_edit:
+        found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxPacketCharacters};
+        break;
+      case ControlKind::receive_view: found = find<ReceiveViewWidget>(row.id) != nullptr; break;
+    }
+    EXPECT_TRUE(found);
+  }
+}
+
+TEST_F(Face, is_walked_by_the_tab_key_in_table_order) {
+  std::vector<std::string> walked;
+  for (QWidget* widget = window_.nextInFocusChain(); widget != &window_; widget = widget->nextInFocusChain()) {
+    const bool stop = widget->parentWidget() == &window_ && (widget->focusPolicy() & Qt::TabFocus);
+    if (stop) walked.push_back(widget->objectName().toStdString());
+  }
+  std::vector<std::string> expected;
+  for (const ControlRow& row : kControls) {
+    const bool text = row.kind == ControlKind::label || row.kind == ControlKind::title;
+    if (!text && row.kind != ControlKind::status) expected.emplace_back(row.name);
+  }
+  EXPECT_EQ(walked, expected);
+}
+
+TEST_F(Face, shows_captions_states_and_measures_them) {
+  window_.apply(std::vector<ControlChange>{{ControlId::clear, {.enabled = false, .caption = L"Wide & wider"}},
+                                           {ControlId::baud_label, {.visible = false, .caption = L"Rate"}}});
+  EXPECT_FALSE(find(ControlId::clear)->isEnabled());
+  EXPECT_FALSE(find(ControlId::baud_label)->isVisible());
+  const Metrics metrics = window_.measure();
+  const QFontMetrics font = find(ControlId::clear)->fontMetrics();
+  EXPECT_EQ(metrics.text_width[index_of(ControlId::clear)], font.horizontalAdvance(QStringLiteral("Wide & wider")));
+  EXPECT_EQ(metrics.text_width[index_of(ControlId::parity)], font.horizontalAdvance(QStringLiteral("three")));
+}
+
+TEST_F(Face, raises_no_event_for_what_the_program_changes) {
+  for (ControlState& state : states_) {
+    state.checked = !state.checked;
+    state.enabled = !state.enabled;
+  }
+  apply_all();
+  for (ControlState& state : states_) state.checked = state.enabled = true;
+  apply_all();
+  for (const ControlRow& row : kControls) {
+    if (row.kind == ControlKind::choice) {
+      window_.set_choices(row.id, std::vector<std::wstring>{L"a", L"b"}, 1, L"");
+      window_.set_choices(row.id, {}, std::nullopt, L"nothing");
+      EXPECT_FALSE(window_.selected_choice(row.id).has_value());
+    }
+    if (row.kind == ControlKind::packet_edit) window_.set_field_text(row.id, L"41 42", 2);
+  }
+  window_.set_status(L"said", StatusTone::error);
+  window_.place(layout(window_.measure(), {820, 810}, {.transmit_expanded = true}));
+  QCoreApplication::processEvents();
+  EXPECT_THAT(recorder_.take(), IsEmpty());
+}
+
+TEST_F(Face, raises_one_event_for_each_thing_a_person_does) {
+  struct Case {
+    const char* event;
+    std::function<void()> act;
+  };
+  const auto click = [this](ControlId id) {
+    return [this, id] { QTest::mouseClick(find(id), Qt::LeftButton, {}, {10, 10}); };
+  };
+  const auto key = [this](ControlId id, Qt::Key which) {
+    return [this, id, which] { QTest::keyClick(find(id), which); };
+  };
+  const std::vector<Case> cases{
+      {"command refresh", click(ControlId::refresh)},
+      {"command hide_crlf", click(ControlId::hide_crlf)},
+      {"command receive_hex", click(ControlId::receive_hex)},
+      {"command send_hex", key(ControlId::send_hex, Qt::Key_Space)},
+      {"command transmit", key(ControlId::transmit, Qt::Key_Space)},
+      {"chosen baud", key(ControlId::baud, Qt::Key_Down)},
+      {"chosen port", key(ControlId::port, Qt::Key_End)},
+      {"edited packet_3", key(ControlId::packet_3, Qt::Key_A)},
+      {"command packet_10", key(ControlId::packet_10, Qt::Key_Return)},
+  };
+  for (const Case& one : cases) {
+    one.act();
+    EXPECT_THAT(recorder_.take(), ElementsAre(one.event));
+  }
+}
+
+TEST_F(Face, checks_only_what_the_controller_agreed_to) {
+  auto* const ascii = find<QRadioButton>(ControlId::receive_ascii);
+  auto* const hex = find<QRadioButton>(ControlId::receive_hex);
+  auto* const check = find<QCheckBox>(ControlId::line_break);
+  QTest::mouseClick(hex, Qt::LeftButton, {}, {10, 10});
+  QTest::mouseClick(check, Qt::LeftButton, {}, {10, 10});
+  EXPECT_TRUE(ascii->isChecked());
+  EXPECT_FALSE(hex->isChecked());
+  EXPECT_FALSE(check->isChecked());
+
+  window_.apply(std::vector<ControlChange>{{ControlId::receive_ascii, {.checked = false, .caption = L"ASCII"}},
+                                           {ControlId::receive_hex, {.checked = true, .caption = L"Hex"}}});
+  EXPECT_FALSE(ascii->isChecked());
+  EXPECT_TRUE(hex->isChecked());
+  EXPECT_TRUE(find<QRadioButton>(ControlId::send_ascii)->isChecked()) << "the other group";
+}
+
+TEST_F(Face, keeps_every_utf16_unit_of_a_packet_and_its_caret) {
+  const std::wstring text = L"a\xD55C\xD83D\xDE00z";
+  window_.set_field_text(ControlId::packet_2, text, 4);
+  EXPECT_EQ(window_.field_text(ControlId::packet_2), text);
+  EXPECT_EQ(window_.field_caret(ControlId::packet_2), 4U);
+}
+
+TEST_F(Face, grows_to_the_minimum_its_width_asks_for) {
+  recorder_.least = {640, 700};
+  window_.set_client_size({610, 400});
+  EXPECT_EQ(recorder_.last_size, (Size{640, 700}));
+}
+
+TEST_F(Face, delivers_posted_messages_on_the_interface_thread_until_it_closes) {
+  std::vector<unsigned> seen;
+  const auto here = std::this_thread::get_id();
+  recorder_.on_message = [&](unsigned message, std::uintptr_t) {
+    EXPECT_EQ(std::this_thread::get_id(), here);
+    seen.push_back(message);
+  };
+  std::thread([&] { EXPECT_TRUE(window_.post(kDisplayMessage)); }).join();
+  EXPECT_THAT(seen, IsEmpty()) << "not on the worker's thread";
+  QCoreApplication::processEvents();
+  EXPECT_THAT(seen, ElementsAre(kDisplayMessage));
+
+  EXPECT_TRUE(window_.post(kTaskMessage));
+  window_.close();
+  window_.close();
+  EXPECT_FALSE(window_.post(kTaskMessage));
+  QCoreApplication::processEvents();
+  EXPECT_THAT(seen, ElementsAre(kDisplayMessage));
+  EXPECT_THAT(recorder_.take(), ElementsAre("closing"));
+}
+
+TEST_F(Face, serves_timers_while_a_message_keeps_posting_itself) {
+  constexpr int kTooMany = 5'000'000;
+  int rounds = 0;
+  bool timer_came = false;
+  recorder_.on_message = [&](unsigned message, std::uintptr_t id) {
+    if (message == kTimerMessage) {
+      EXPECT_EQ(id, 1U);
+      timer_came = true;
+    } else if (!timer_came && ++rounds < kTooMany) {
+      window_.post(message);
+    }
+  };
+  window_.start_timer(1, 5);
+  window_.post(kDisplayMessage);
+  while (!timer_came && rounds < kTooMany) QCoreApplication::processEvents();
+  EXPECT_TRUE(timer_came);
+}
+
+}  // namespace
+}  // namespace hvt

@@ -1,0 +1,184 @@
+// Risk: a control that sends, or that changes a live connection, can be reached in a state where it must not;
+// a saved preference changes because something else disabled its control. The fact space is small, so it is
+// walked completely.
+#include "ui/state_rules.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace hvt {
+namespace {
+
+bool Facts::*const kFlags[]{&Facts::has_ports, &Facts::receive_hex, &Facts::line_break,
+                            &Facts::hide_crlf, &Facts::echo_sent,   &Facts::transmit_expanded,
+                            &Facts::send_hex,  &Facts::auto_crlf};
+
+std::vector<Facts> all_facts() {
+  std::vector<Facts> all;
+  for (const Language language : {Language::english, Language::korean}) {
+    for (const LinkState link : {LinkState::disconnected, LinkState::connecting, LinkState::connected}) {
+      for (unsigned bits = 0; bits < 1u << std::size(kFlags); ++bits) {
+        Facts facts;
+        facts.language = language;
+        facts.link = link;
+        for (std::size_t i = 0; i < std::size(kFlags); ++i)
+          facts.*kFlags[i] = (bits >> i & 1) != 0;
+        all.push_back(facts);
+      }
+    }
+  }
+  return all;
+}
+
+std::string describe(const Facts& f) {
+  std::string text = f.language == Language::korean ? "korean" : "english";
+  text += " link=" + std::to_string(static_cast<int>(f.link)) + " flags=";
+  for (const auto flag : kFlags)
+    text += f.*flag ? '1' : '0';
+  return text;
+}
+
+template <typename Check>
+void for_all_facts(Check check) {
+  for (const Facts& facts : all_facts()) {
+    SCOPED_TRACE(describe(facts));
+    check(facts, rules(facts));
+    if (testing::Test::HasFailure()) return;
+  }
+}
+
+const ControlState& of(const ControlStates& states, ControlId id) {
+  return states[index_of(id)];
+}
+
+bool has_caption(ControlKind kind) {
+  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::button ||
+         kind == ControlKind::check || kind == ControlKind::radio;
+}
+
+TEST(StateRules, NothingThatSendsIsEnabledUnlessConnectedAndUnfolded) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    const bool may_send = f.link == LinkState::connected && f.transmit_expanded;
+    for (std::size_t row = 0; row < 10; ++row) {
+      EXPECT_EQ(of(states, send_button(row)).enabled, may_send);
+      EXPECT_EQ(of(states, packet_field(row)).enabled, f.transmit_expanded);
+    }
+  });
+}
+
+TEST(StateRules, TheLineSettingsCanBeChangedOnlyWhileDisconnected) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    const bool free = f.link == LinkState::disconnected;
+    for (const ControlId id : {ControlId::timeout, ControlId::baud, ControlId::data_bits,
+                               ControlId::stop_bits, ControlId::parity}) {
+      EXPECT_EQ(of(states, id).enabled, free) << control(id).name;
+    }
+    EXPECT_EQ(of(states, ControlId::port).enabled, free && f.has_ports);
+  });
+}
+
+TEST(StateRules, WhatMustAlwaysWorkIsAlwaysEnabledAndVisible) {
+  for_all_facts([](const Facts&, const ControlStates& states) {
+    for (const ControlId id : {ControlId::connect, ControlId::refresh, ControlId::clear, ControlId::transmit,
+                               ControlId::receive_view, ControlId::status}) {
+      EXPECT_TRUE(of(states, id).enabled && of(states, id).visible) << control(id).name;
+    }
+  });
+}
+
+TEST(StateRules, HiddenControlsAreDisabledAndOnlyFoldingHides) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    for (const ControlRow& row : kControls) {
+      const ControlState& state = of(states, row.id);
+      EXPECT_TRUE(state.visible || !state.enabled) << row.name;
+      const bool folds = row.group == ControlGroup::transmit && row.id != ControlId::transmit;
+      EXPECT_EQ(state.visible, !folds || f.transmit_expanded) << row.name;
+    }
+  });
+}
+
+TEST(StateRules, ChecksMirrorThePreferencesAlsoWhileDisabled) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    EXPECT_EQ(of(states, ControlId::line_break).checked, f.line_break);
+    EXPECT_EQ(of(states, ControlId::hide_crlf).checked, f.hide_crlf);
+    EXPECT_EQ(of(states, ControlId::hide_crlf).enabled, !f.receive_hex);
+    EXPECT_EQ(of(states, ControlId::echo_sent).checked, f.echo_sent);
+    EXPECT_EQ(of(states, ControlId::echo_sent).enabled, f.transmit_expanded);
+    EXPECT_EQ(of(states, ControlId::transmit).checked, f.transmit_expanded);
+    EXPECT_EQ(of(states, ControlId::auto_crlf).checked, f.auto_crlf);
+    EXPECT_EQ(of(states, ControlId::receive_hex).checked, f.receive_hex);
+    EXPECT_EQ(of(states, ControlId::send_hex).checked, f.send_hex);
+    EXPECT_NE(of(states, ControlId::receive_ascii).checked, of(states, ControlId::receive_hex).checked);
+    EXPECT_NE(of(states, ControlId::send_ascii).checked, of(states, ControlId::send_hex).checked);
+  });
+}
+
+TEST(StateRules, CaptionsExistExactlyWhereAControlShowsOne) {
+  for_all_facts([](const Facts&, const ControlStates& states) {
+    for (const ControlRow& row : kControls) {
+      EXPECT_EQ(of(states, row.id).caption.empty(), !has_caption(row.kind)) << row.name;
+      const bool checkable = row.kind == ControlKind::check || row.kind == ControlKind::radio;
+      EXPECT_TRUE(checkable || !of(states, row.id).checked) << row.name;
+    }
+  });
+}
+
+TEST(StateRules, OnlyTheConnectionButtonTellsTheLinkInItsCaption) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    Facts idle = f;
+    idle.link = LinkState::disconnected;
+    const ControlStates calm = rules(idle);
+    for (const ControlRow& row : kControls) {
+      const bool same = of(states, row.id).caption == of(calm, row.id).caption;
+      EXPECT_EQ(same, row.id != ControlId::connect || f.link == LinkState::disconnected) << row.name;
+    }
+  });
+}
+
+TEST(StateRules, ALanguageChangesCaptionsAndNothingElse) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    Facts other = f;
+    other.language = f.language == Language::korean ? Language::english : Language::korean;
+    ControlStates translated = rules(other);
+    for (std::size_t i = 0; i < kControlCount; ++i)
+      translated[i].caption = states[i].caption;
+    EXPECT_TRUE(translated == states);
+  });
+}
+
+// One preference must not reach into the controls of another.
+TEST(StateRules, APreferenceChangesOnlyItsOwnControls) {
+  struct Case {
+    const char* name;
+    bool Facts::*flag;
+    std::vector<ControlId> touched;
+  };
+  const Case cases[]{
+      {"has_ports", &Facts::has_ports, {ControlId::port}},
+      {"receive_hex",
+       &Facts::receive_hex,
+       {ControlId::receive_ascii, ControlId::receive_hex, ControlId::hide_crlf}},
+      {"line_break", &Facts::line_break, {ControlId::line_break}},
+      {"hide_crlf", &Facts::hide_crlf, {ControlId::hide_crlf}},
+      {"echo_sent", &Facts::echo_sent, {ControlId::echo_sent}},
+      {"send_hex", &Facts::send_hex, {ControlId::send_ascii, ControlId::send_hex}},
+      {"auto_crlf", &Facts::auto_crlf, {ControlId::auto_crlf}},
+  };
+  for_all_facts([&cases](const Facts& f, const ControlStates& states) {
+    for (const Case& c : cases) {
+      Facts flipped = f;
+      flipped.*c.flag = !(f.*c.flag);
+      const ControlStates after = rules(flipped);
+      for (const ControlRow& row : kControls) {
+        if (of(after, row.id) == of(states, row.id)) continue;
+        EXPECT_TRUE(std::ranges::count(c.touched, row.id) == 1) << c.name << " changed " << row.name;
+      }
+    }
+  });
+}
+
+}  // namespace
+}  // namespace hvt

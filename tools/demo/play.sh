@@ -1,0 +1,124 @@
+#!/usr/bin/env bash
+# Plays the demo: the real program under Xvfb, driven by mouse and keyboard, connected to the virtual device.
+#   tools/demo/play.sh BUILD OUT          the Linux program of the build folder BUILD
+#   tools/demo/play.sh BUILD OUT WINDOWS  the same scenes with the Windows program of the build folder WINDOWS
+#                                         under Wine (WINEPREFIX names a prefix of tools/wine/prefix.sh)
+# Leaves screenshots, the device's log and summary.txt in OUT; fails when the device saw other bytes than
+# those the program was told to send.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+build=${1:?build folder}; out=${2:?output folder}; windows=${3:-}
+
+rm -rf "$out"; mkdir -p "$out"
+runtime=$(mktemp -d); chmod 700 "$runtime"
+export XDG_RUNTIME_DIR=$runtime QT_QPA_PLATFORM=xcb LC_ALL=C.UTF-8
+children=()
+finish() {
+  for ((i = ${#children[@]} - 1; i >= 0; i--)); do kill "${children[i]}" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$runtime"
+}
+trap finish EXIT
+
+# A display of our own.
+exec {number}<> <(:)
+Xvfb -displayfd "$number" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+children+=($!)
+read -r -t 20 -u "$number" display
+export DISPLAY=:$display
+
+# The device: answers what it is asked, talks once a second, and obeys lines on its standard input.
+mkfifo "$runtime/device"
+"$build/tools/virtual_device/hvt-virtual-device" \
+  --on 'ID?\r\n' 5 'HALVETRIC-DEMO v1<0x01><0xAB>\r\n' --on 'PING\r\n' 20 'PONG\r\n' \
+  --log "$out/device.log" <"$runtime/device" >"$out/device.txt" &
+device=$!
+children+=("$device")
+exec {commands}>"$runtime/device"
+tell() { echo "$1" >&"$commands"; }
+for _ in $(seq 100); do [ -s "$out/device.txt" ] && break; sleep 0.05; done
+
+# The program.
+if [ -n "$windows" ]; then
+  ln -sfn "$(grep -oE '/dev/pts/[0-9]+' "$out/device.txt" | head -1)" "$WINEPREFIX/dosdevices/com9"
+  tools/wine/run.sh "$windows/src/app/HalvetricSerialTest.exe" >/dev/null 2>&1 &
+else
+  "$build/src/app/HalvetricSerialTest" &
+fi
+program=$!
+children+=("$program")
+window=$(timeout 30 xdotool search --sync --onlyvisible --name '^HalvetricSerialTest V' | head -1)
+sleep 1
+
+# Where the controls are, in screen pixels. STATE is folded or expanded.
+map_controls() {
+  if [ -n "$windows" ]; then
+    tools/wine/run.sh "$windows/tools/hvt-control-map.exe" 2>/dev/null | tr -d '\r' >"$runtime/map"
+  else
+    xdotool windowmove --sync "$window" 0 0 2>/dev/null || true
+    "$build/tools/hvt-control-map" "$1" >"$runtime/map"
+  fi
+}
+click() {
+  local name x y width height
+  read -r name x y width height < <(grep -E "^$1 " "$runtime/map") || { echo "demo: no control '$1'" >&2; exit 1; }
+  xdotool mousemove $((x + width / 2)) $((y + height / 2)) click --delay 30 1
+  sleep 0.2
+}
+shot() {
+  sleep "${2:-0.4}"
+  import -window root "$out/$1.png"
+  echo "  $1.png" >>"$out/summary.txt"
+}
+echo "Screenshots:" >"$out/summary.txt"
+
+xdotool windowfocus "$window" 2>/dev/null || true
+map_controls folded
+shot 1-ready
+if [ -n "$windows" ]; then
+  xdotool key --delay 50 Home End   # the selector has the focus: COM9 is the last port of the prefix
+fi
+click connect
+shot 2-connected
+click line_break
+tell 'say Temperature 21.5 C\r\n'
+tell 'say <STX>0017<0xAB><0xFE><ETX>\r\n'
+shot 3-receiving 1
+click transmit
+map_controls expanded
+click auto_crlf
+click packet_1
+xdotool type --delay 15 'ID?'
+xdotool key Return
+click packet_2
+xdotool type --delay 15 'PING'
+click send_2
+shot 4-sent 1
+click receive_hex
+tell 'say \x00\x01\x7F\x80\xFF\r\n'
+shot 5-hex 1
+click receive_ascii
+tell vanish
+shot 6-unplugged 1
+if [ -z "$windows" ]; then   # a device that comes back has another pseudo-terminal: Wine's link would be stale
+  tell return
+  sleep 1
+  click refresh
+  click connect
+  tell 'say back again\r\n'
+  shot 7-replugged 1
+fi
+
+# What the device saw is what was sent.
+tell quit
+wait "$device" 2>/dev/null || true
+{
+  echo
+  echo "Device: $(tr '\n' ' ' <"$out/device.txt")"
+  echo "Bytes the device received:"
+  grep ' rx ' "$out/device.log" || true
+} >>"$out/summary.txt"
+cat "$out/summary.txt"
+for packet in '49 44 3F 0D 0A' '50 49 4E 47 0D 0A'; do
+  grep -qF " $packet" "$out/device.log" || { echo "demo: the device never received $packet" >&2; exit 1; }
+done

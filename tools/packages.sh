@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing on this machine (as root, or with sudo).
+#   tools/packages.sh run     what building and running on Linux needs
+#   tools/packages.sh test    that, and what the tests on both systems need
+#   tools/packages.sh bench   that of run, and the benchmark library
+set -euo pipefail
+
+run=(g++ cmake ninja-build qt6-base-dev qt6-qpa-plugins libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
+demo=(xvfb xauth xdotool imagemagick x11-utils)
+tests=(googletest g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 clang-format)
+
+case "${1:?run, test or bench}" in
+  run) wanted=("${run[@]}" "${demo[@]}") ;;
+  test) wanted=("${run[@]}" "${demo[@]}" "${tests[@]}") ;;
+  bench) wanted=("${run[@]}" libbenchmark-dev) ;;
+  *) echo "packages.sh: unknown set '$1'" >&2; exit 2 ;;
+esac
+
+missing=()
+for package in "${wanted[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}"

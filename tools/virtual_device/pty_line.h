@@ -1,0 +1,18 @@
+#pragma once
+
+#include <filesystem>
+
+#include "base/posix/unique_fd.h"
+
+namespace hvt::device {
+
+// The device's end of a pseudo-terminal that passes every byte unchanged.
+struct PtyLine {
+  UniqueFd master;             // non-blocking
+  std::filesystem::path path;  // of the end that the program opens
+};
+
+// Throws std::runtime_error. Nobody has the other end open, and the master shows it.
+PtyLine open_pty_line();
+
+}  // namespace hvt::device
