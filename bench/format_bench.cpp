@@ -1,5 +1,6 @@
 // Formatting beside what it cannot do without: a table-driven loop that writes the same characters into a
-// buffer made beforehand. The ratio of reference to ours, in one run, must stay above one half.
+// buffer made beforehand. In one run, text_only must reach half the speed of reference or more; with_roles
+// shows what the runs of the receive view cost on top, most where lines are short.
 
 #include <benchmark/benchmark.h>
 
@@ -56,7 +57,8 @@ void reference(benchmark::State& state) {
   for (auto _ : state) {
     wchar_t* at = buffer.data();
     for (const std::uint8_t byte : bytes) {
-      for (const wchar_t character : table[byte]) *at++ = character;
+      for (const wchar_t character : table[byte])
+        *at++ = character;
     }
     benchmark::DoNotOptimize(at);
     benchmark::ClobberMemory();
@@ -67,7 +69,8 @@ void reference(benchmark::State& state) {
 template <bool Hex>
 void text_only(benchmark::State& state) {
   const Bytes bytes = input(state.range(0));
-  for (auto _ : state) benchmark::DoNotOptimize(format_display_bytes(bytes, Hex, true, false));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(format_display_bytes(bytes, Hex, true, false));
   finish(state);
 }
 
@@ -100,5 +103,3 @@ BENCHMARK(with_roles<true>)->Name("hex/with_roles")->ArgName("line")->Arg(0);
 
 }  // namespace
 }  // namespace hvt
-
-BENCHMARK_MAIN();

@@ -13,8 +13,12 @@ constexpr std::uint32_t kReplacement = 0xFFFD;
 constexpr std::size_t kMaxUnits = std::numeric_limits<std::int32_t>::max();
 constexpr bool kPathsAreWide = std::is_same_v<std::filesystem::path::string_type, std::wstring>;
 
-constexpr bool is_high_surrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-constexpr bool is_low_surrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool is_high_surrogate(std::uint32_t unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool is_low_surrogate(std::uint32_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 // A decoded character and the units or bytes it took; length 0 where the text is malformed.
 struct Decoded {
@@ -49,9 +53,8 @@ constexpr SequenceForm kSequenceForms[] = {
 
 Decoded decode_utf8(std::string_view bytes) {
   const auto lead = static_cast<std::uint8_t>(bytes[0]);
-  const auto* form = std::find_if(std::begin(kSequenceForms), std::end(kSequenceForms), [&](const auto& f) {
-    return lead >= f.first_lead && lead <= f.last_lead;
-  });
+  const auto* form = std::find_if(std::begin(kSequenceForms), std::end(kSequenceForms),
+                                  [&](const auto& f) { return lead >= f.first_lead && lead <= f.last_lead; });
   if (form == std::end(kSequenceForms) || bytes.size() < form->length) return {};
   std::uint32_t scalar = lead & form->payload_mask;
   for (const char byte : bytes.substr(1, form->length - 1)) {

@@ -10,7 +10,9 @@
 namespace hvt {
 namespace {
 
-bool is_digit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
+bool is_digit(wchar_t unit) {
+  return unit >= L'0' && unit <= L'9';
+}
 
 constexpr std::size_t kMostFieldDigits = 10;
 
@@ -38,7 +40,8 @@ std::int32_t parse_field_number(std::wstring_view text, std::int32_t min, std::i
       !text.empty() && text.size() <= kMostFieldDigits && std::all_of(text.begin(), text.end(), is_digit);
   if (!well_formed) throw std::runtime_error(utf16_to_utf8(label) + ": enter a valid number.");
   std::int64_t value = 0;
-  for (const wchar_t digit : text) value = value * 10 + (digit - L'0');
+  for (const wchar_t digit : text)
+    value = value * 10 + (digit - L'0');
   if (value < min || value > max)
     throw std::runtime_error(utf16_to_utf8(label) + ": value is outside the allowed range.");
   return static_cast<std::int32_t>(value);

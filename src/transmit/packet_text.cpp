@@ -14,7 +14,9 @@ constexpr std::wstring_view kWhitespace =
     L"\x0009\x000A\x000B\x000C\x000D\x0020\x0085\x00A0\x1680\x2000\x2001\x2002\x2003\x2004\x2005\x2006\x2007"
     L"\x2008\x2009\x200A\x2028\x2029\x202F\x205F\x3000";
 
-bool is_whitespace(wchar_t unit) { return kWhitespace.find(unit) != std::wstring_view::npos; }
+bool is_whitespace(wchar_t unit) {
+  return kWhitespace.find(unit) != std::wstring_view::npos;
+}
 
 std::optional<std::uint8_t> hex_digit(wchar_t unit) {
   if (unit >= L'0' && unit <= L'9') return static_cast<std::uint8_t>(unit - L'0');
@@ -123,7 +125,9 @@ class AsciiPacketParser {
 
 }  // namespace
 
-Bytes parse_ascii_packet(std::wstring_view text) { return AsciiPacketParser(text).parse(); }
+Bytes parse_ascii_packet(std::wstring_view text) {
+  return AsciiPacketParser(text).parse();
+}
 
 Bytes parse_hex_packet(std::wstring_view text) {
   Bytes bytes;
@@ -156,7 +160,9 @@ Bytes encode_send_packet(std::wstring_view text, bool hex_mode, bool auto_crlf) 
   return bytes;
 }
 
-void append_byte_token(std::wstring& text, std::uint8_t byte) { text.append(kByteTokens[byte].view()); }
+void append_byte_token(std::wstring& text, std::uint8_t byte) {
+  text.append(kByteTokens[byte].view());
+}
 
 std::wstring format_ascii_tokens(std::span<const std::uint8_t> bytes) {
   return format_display_bytes(bytes, false, false, false);
@@ -167,7 +173,8 @@ std::wstring format_hex_bytes(std::span<const std::uint8_t> bytes) {
   if (bytes.empty()) return text;
   text.resize(bytes.size() * 3 + 1);  // the last pair is copied with its space and padding, then cut off
   wchar_t* at = text.data();
-  for (const std::uint8_t byte : bytes) at = write_text(at, kHexPairs[byte]);
+  for (const std::uint8_t byte : bytes)
+    at = write_text(at, kHexPairs[byte]);
   text.resize(bytes.size() * 3 - 1);
   return text;
 }

@@ -57,8 +57,8 @@ TEST(Text, an_unpaired_surrogate_is_refused) {
     std::wstring text;
   };
   const Case kCases[] = {
-      {"high at the end", L"a\xD83D"},   {"high before a letter", L"\xD83Dz"}, {"low alone", L"\xDE00"},
-      {"two highs", L"\xD83D\xD83D"},    {"low before high", L"\xDE00\xD83D"},
+      {"high at the end", L"a\xD83D"}, {"high before a letter", L"\xD83Dz"}, {"low alone", L"\xDE00"},
+      {"two highs", L"\xD83D\xD83D"},  {"low before high", L"\xDE00\xD83D"},
   };
   for (const Case& one : kCases)
     EXPECT_EQ(error_of([&] { utf16_to_utf8(one.text); }), "Invalid Unicode text.") << one.name;

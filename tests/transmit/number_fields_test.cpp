@@ -31,7 +31,8 @@ void expect_all(Parser parse, std::wstring_view label, std::span<const Case> cas
     } catch (const std::runtime_error& error) {
       result = error.what();
     }
-    EXPECT_EQ(result, one.result) << "\"" << utf16_to_utf8(one.text) << "\" in " << one.min << ".." << one.max;
+    EXPECT_EQ(result, one.result) << "\"" << utf16_to_utf8(one.text) << "\" in " << one.min << ".."
+                                  << one.max;
   }
 }
 
@@ -40,7 +41,9 @@ constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 TEST(PacketNumber, is_trimmed_and_judged_digit_by_digit) {
   const Case kCases[] = {
       {L"1", 1, 9999, "1"},
-      {L" \x3000" L"9999\t", 1, 9999, "9999"},
+      {L" \x3000"
+       L"9999\t",
+       1, 9999, "9999"},
       {L"0000000000000000010", 1, 10, "10"},
       {L"0", 0, 99999999, "0"},
       {L"99999999", 10, 99999999, "99999999"},

@@ -27,14 +27,16 @@ std::string error_of(Function&& function) {
 
 std::wstring repeated(std::wstring_view text, std::size_t count) {
   std::wstring result;
-  while (count-- > 0) result += text;
+  while (count-- > 0)
+    result += text;
   return result;
 }
 
 Bytes random_bytes(std::mt19937& random, std::size_t count, std::uint8_t first, std::uint8_t last) {
   std::uniform_int_distribution<unsigned> value(first, last);
   Bytes bytes(count);
-  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(value(random));
+  for (std::uint8_t& byte : bytes)
+    byte = static_cast<std::uint8_t>(value(random));
   return bytes;
 }
 
@@ -56,7 +58,8 @@ TEST(AsciiPacket, escapes_and_tokens_give_their_bytes) {
       {L"<HT><tab><DEL><del>", {0x09, 0x09, 0x7F, 0x7F}},
       {L"<0XaB>< 0x02 >", {0xAB, 0x02}},
       {L"<0x1g><ABC><>", {'<', '0', 'x', '1', 'g', '>', '<', 'A', 'B', 'C', '>', '<', '>'}},
-      {L"<0x1><0x123><C R>", {'<', '0', 'x', '1', '>', '<', '0', 'x', '1', '2', '3', '>', '<', 'C', ' ', 'R', '>'}},
+      {L"<0x1><0x123><C R>",
+       {'<', '0', 'x', '1', '>', '<', '0', 'x', '1', '2', '3', '>', '<', 'C', ' ', 'R', '>'}},
       {L"<<CR>a<LF", {'<', 0x0D, 'a', '<', 'L', 'F'}},
       {L"<A\\n>", {'<', 'A', 0x0A, '>'}},
       {L"a\x7F\x01", {'a', 0x7F, 0x01}},
@@ -71,7 +74,9 @@ TEST(HexPacket, pairs_of_digits_give_bytes_whatever_the_spacing) {
       {L" \t\r\n", {}},
       {L"02434D44", {0x02, 0x43, 0x4D, 0x44}},
       {L"0 2 4 3", {0x02, 0x43}},
-      {L"  aB\xA0" L"Cd\x2003", {0xAB, 0xCD}},
+      {L"  aB\xA0"
+       L"Cd\x2003",
+       {0xAB, 0xCD}},
   };
   for (const ParseCase& one : kCases)
     EXPECT_EQ(parse_hex_packet(one.text), one.bytes) << utf16_to_utf8(one.text);

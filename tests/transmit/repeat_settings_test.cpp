@@ -14,7 +14,8 @@ namespace {
 
 TransmitPanel sound_panel() {
   TransmitPanel panel;
-  for (std::size_t i = 0; i < kPacketCount; ++i) panel.packets[i] = L"P" + std::to_wstring(i + 1);
+  for (std::size_t i = 0; i < kPacketCount; ++i)
+    panel.packets[i] = L"P" + std::to_wstring(i + 1);
   panel.repeat_count = L" 3 ";
   panel.start_packet = L"2";
   panel.end_packet = L"4";
@@ -66,11 +67,13 @@ TEST(RepeatSettings, the_first_faulty_field_is_named) {
       {"start 11", [](auto& p) { p.start_packet = L"11"; }, "Invalid start packet (1-10)."},
       {"start before end", [](auto& p) { p.start_packet = p.end_packet = L"0"; },
        "Out-of-range start packet (1-10)."},
-      {"end before interval", [](auto& p) { p.end_packet = p.interval_ms = L""; }, "Enter end packet (1-10)."},
+      {"end before interval", [](auto& p) { p.end_packet = p.interval_ms = L""; },
+       "Enter end packet (1-10)."},
       {"interval before timeout", [](auto& p) { p.interval_ms = p.rx_timeout_ms = L"100000000"; },
        "Invalid interval (0-99999999 ms)."},
       {"timeout 9", [](auto& p) { p.rx_timeout_ms = L"9"; }, "Out-of-range RX timeout (10-99999999 ms)."},
-      {"order of packets", [](auto& p) { p.start_packet = L"5"; }, "Start packet must not exceed end packet."},
+      {"order of packets", [](auto& p) { p.start_packet = L"5"; },
+       "Start packet must not exceed end packet."},
       {"timeout before order of packets", [](auto& p) { p.start_packet = L"5", p.rx_timeout_ms = L""; },
        "Enter RX timeout (10-99999999 ms)."},
   };

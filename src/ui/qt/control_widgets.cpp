@@ -1,5 +1,6 @@
 #include "ui/qt/control_widgets.h"
 
+#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QHelpEvent>
 #include <QLineEdit>
@@ -57,8 +58,14 @@ ChoiceBox::ChoiceBox(QWidget* parent) : QComboBox(parent) {
 
 int ChoiceBox::widest_entry() const {
   int widest = fontMetrics().horizontalAdvance(placeholderText());
-  for (int i = 0; i < count(); ++i) widest = std::max(widest, fontMetrics().horizontalAdvance(itemText(i)));
+  for (int i = 0; i < count(); ++i)
+    widest = std::max(widest, fontMetrics().horizontalAdvance(itemText(i)));
   return widest;
+}
+
+void ChoiceBox::showPopup() {
+  view()->setMinimumWidth(view()->sizeHintForColumn(0) + 2 * view()->frameWidth());
+  QComboBox::showPopup();
 }
 
 void ChoiceBox::wheelEvent(QWheelEvent* event) {
@@ -69,7 +76,9 @@ void ChoiceBox::wheelEvent(QWheelEvent* event) {
   }
 }
 
-StatusLine::StatusLine(QWidget* parent) : QLabel(parent) { setTextFormat(Qt::PlainText); }
+StatusLine::StatusLine(QWidget* parent) : QLabel(parent) {
+  setTextFormat(Qt::PlainText);
+}
 
 void StatusLine::paintEvent(QPaintEvent*) {
   QPainter painter(this);

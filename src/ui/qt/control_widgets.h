@@ -2,8 +2,6 @@
 
 #include <QComboBox>
 #include <QLabel>
-#include <span>
-#include <string>
 
 #include "ui/controls.h"
 
@@ -14,7 +12,8 @@ namespace hvt {
 class ChoiceBox final : public QComboBox {
  public:
   explicit ChoiceBox(QWidget* parent);
-  int widest_entry() const;  // pixels of text, the placeholder included
+  int widest_entry() const;   // pixels of text, the placeholder included
+  void showPopup() override;  // wide enough for its entries, however narrow the box is
 
  protected:
   void wheelEvent(QWheelEvent* event) override;

@@ -28,6 +28,10 @@ constexpr QColor kScrollThumb{193, 201, 210};
 constexpr QColor kScrollThumbHeld{154, 165, 177};
 constexpr qreal kCornerRadius = 3.5;
 
+// Entries of an open drop-down list.
+constexpr int kEntryMargin = 4;
+constexpr int kEntryHeightMore = 6;
+
 // Fusion without its gradients, and with drop-down lists that open below their box.
 class FlatStyle final : public QProxyStyle {
  public:
@@ -37,6 +41,17 @@ class FlatStyle final : public QProxyStyle {
                 QStyleHintReturn* returned) const override {
     if (hint == SH_ComboBox_Popup) return 0;
     return QProxyStyle::styleHint(hint, option, widget, returned);
+  }
+
+  int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override {
+    if (metric == PM_FocusFrameHMargin) return kEntryMargin;
+    return QProxyStyle::pixelMetric(metric, option, widget);
+  }
+
+  QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                         const QWidget* widget) const override {
+    const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    return type == CT_ItemViewItem ? size + QSize(0, kEntryHeightMore) : size;
   }
 
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,

@@ -37,7 +37,9 @@ constexpr bool keeps_checked(ControlKind kind) {
   return kind == ControlKind::check || kind == ControlKind::radio;
 }
 
-Size client_size(const QSize& size) { return {size.width(), size.height()}; }
+Size client_size(const QSize& size) {
+  return {size.width(), size.height()};
+}
 
 // "&" would otherwise mark a shortcut letter.
 QString literal(std::wstring_view caption) {
@@ -55,7 +57,9 @@ QtMainWindow::QtMainWindow(WindowEvents& events) : events_(events) {
   built_ = true;
 }
 
-QtMainWindow::~QtMainWindow() { closed_ = true; }
+QtMainWindow::~QtMainWindow() {
+  closed_ = true;
+}
 
 // Children are visited by the Tab key in the order of their creation, which is that of the table.
 void QtMainWindow::create_widgets() {
@@ -120,7 +124,9 @@ void QtMainWindow::apply_fonts() {
 
 // What the controller shows
 
-void QtMainWindow::set_title(std::wstring_view title) { setWindowTitle(to_qstring(title)); }
+void QtMainWindow::set_title(std::wstring_view title) {
+  setWindowTitle(to_qstring(title));
+}
 
 void QtMainWindow::set_client_size(Size client) {
   const QSize frame = frameGeometry().size() - size();
@@ -136,7 +142,8 @@ void QtMainWindow::apply(std::span<const ControlChange> changes) {
     widget(id).setVisible(state.visible);
     checked_[index_of(id)] = state.checked;
   }
-  for (const ControlChange& change : changes) show_checked(change.id);
+  for (const ControlChange& change : changes)
+    show_checked(change.id);
   update();
 }
 
@@ -155,7 +162,8 @@ void QtMainWindow::show_checked(ControlId id) {
   if (!keeps_checked(control(id).kind)) return;
   auto& button = as<QAbstractButton>(id);
   const QSignalBlocker quiet(button);
-  // An exclusive group refuses to be without a checked button, even for the moment until the other one is set.
+  // An exclusive group refuses to be without a checked button, even for the moment until the other one is
+  // set.
   QButtonGroup* const group = groups_[index_of(id)];
   if (group != nullptr) group->setExclusive(false);
   button.setChecked(checked_[index_of(id)]);
@@ -180,13 +188,16 @@ Metrics QtMainWindow::measure() const {
     const QFontMetrics font = widget(row.id).fontMetrics();
     int& width = metrics.text_width[index_of(row.id)];
     if (is_static_text(row.kind)) width = font.horizontalAdvance(as<QLabel>(row.id).text());
-    if (is_push(row.kind)) width = font.size(Qt::TextShowMnemonic, as<QAbstractButton>(row.id).text()).width();
+    if (is_push(row.kind))
+      width = font.size(Qt::TextShowMnemonic, as<QAbstractButton>(row.id).text()).width();
     if (row.kind == ControlKind::choice) width = as<ChoiceBox>(row.id).widest_entry();
   }
   return metrics;
 }
 
-std::wstring QtMainWindow::field_text(ControlId id) const { return from_qstring(as<QLineEdit>(id).text()); }
+std::wstring QtMainWindow::field_text(ControlId id) const {
+  return from_qstring(as<QLineEdit>(id).text());
+}
 
 void QtMainWindow::set_field_text(ControlId id, std::wstring_view text, std::size_t caret) {
   auto& field = as<QLineEdit>(id);
@@ -205,7 +216,8 @@ void QtMainWindow::set_choices(ControlId id, std::span<const std::wstring> entri
   const QSignalBlocker quiet(choice);
   choice.clear();
   choice.setPlaceholderText(to_qstring(placeholder));
-  for (const std::wstring& entry : entries) choice.addItem(to_qstring(entry));
+  for (const std::wstring& entry : entries)
+    choice.addItem(to_qstring(entry));
   choice.setCurrentIndex(selected ? static_cast<int>(*selected) : -1);
   choice.update();
 }
@@ -224,14 +236,17 @@ void QtMainWindow::set_status(std::wstring_view text, StatusTone tone) {
   line.setText(to_qstring(text));
 }
 
-ReceiveView& QtMainWindow::receive_view() { return as<ReceiveViewWidget>(ControlId::receive_view); }
+ReceiveView& QtMainWindow::receive_view() {
+  return as<ReceiveViewWidget>(ControlId::receive_view);
+}
 
 // What the controller hears
 
 void QtMainWindow::clicked(ControlId id) {
   if (keeps_checked(control(id).kind)) {
     for (const ControlRow& row : kControls) {
-      const bool same_group = groups_[index_of(id)] != nullptr && groups_[index_of(row.id)] == groups_[index_of(id)];
+      const bool same_group =
+          groups_[index_of(id)] != nullptr && groups_[index_of(row.id)] == groups_[index_of(id)];
       if (row.id == id || same_group) show_checked(row.id);
     }
   }
@@ -281,7 +296,8 @@ void QtMainWindow::require_minimum_size() {
 void QtMainWindow::closeEvent(QCloseEvent* event) {
   event->accept();
   if (closed_.exchange(true)) return;
-  for (auto& [id, timer] : timers_) timer->stop();
+  for (auto& [id, timer] : timers_)
+    timer->stop();
   events_.closing();
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QColor>
 #include <QWidget>
 #include <array>
 #include <atomic>
@@ -9,9 +8,7 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "ui/main_window.h"
 #include "ui/qt/receive_view_widget.h"
@@ -23,8 +20,10 @@ namespace hvt {
 
 // The main window in Qt: the widgets of kControls, placed where it is told.
 //
-// Promises  check boxes and radio buttons show what apply() said last: a click is reported and then undone until
-//           the controller agrees. Lengths are device-independent pixels (96 DPI); the toolkit scales them itself.
+// Promises  check boxes and radio buttons show what apply() said last: a click is reported and then undone
+// until
+//           the controller agrees. Lengths are device-independent pixels (96 DPI); the toolkit scales them
+//           itself.
 // Threads   the interface thread, except post().
 // Owns      the widgets and the timers; the events belong to the caller and must outlive the window.
 // Ends      by closing: closing() is raised, timers stop, posted messages are dropped. The object lives on.
@@ -53,8 +52,8 @@ class QtMainWindow final : public QWidget, public MainWindow {
 
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;
-  // False: Qt hands out posted messages in rounds and serves input and timers between two rounds, so a message
-  // that posts itself again never holds them up.
+  // False: Qt hands out posted messages in rounds and serves input and timers between two rounds, so a
+  // message that posts itself again never holds them up.
   bool input_waiting() const override { return false; }
 
  protected:
@@ -83,9 +82,9 @@ class QtMainWindow final : public QWidget, public MainWindow {
   }
 
   WindowEvents& events_;
-  std::array<QWidget*, kControlCount> widgets_{};    // children of this window
+  std::array<QWidget*, kControlCount> widgets_{};      // children of this window
   std::array<QButtonGroup*, kControlCount> groups_{};  // of the radio buttons
-  std::bitset<kControlCount> checked_;               // as apply() said
+  std::bitset<kControlCount> checked_;                 // as apply() said
   Placement placement_{};
   std::map<std::uintptr_t, std::unique_ptr<QTimer>> timers_;
   std::atomic<bool> closed_ = false;

@@ -19,7 +19,9 @@ constexpr int kDragScrollMilliseconds = 40;
 // A copy is put together in slices, so that only one form of the whole text exists.
 constexpr std::uint64_t kCopySlice = 65536;
 
-constexpr bool is_low_surrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool is_low_surrogate(wchar_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 }  // namespace
 
@@ -36,7 +38,9 @@ void ReceiveViewWidget::set_selection(Position anchor, Position caret) {
   viewport()->update();
 }
 
-void ReceiveViewWidget::select_all() { set_selection(document_.first(), document_.end()); }
+void ReceiveViewWidget::select_all() {
+  set_selection(document_.first(), document_.end());
+}
 
 QString ReceiveViewWidget::selected_text() const {
   QString result;

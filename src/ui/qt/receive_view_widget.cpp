@@ -15,9 +15,13 @@ namespace {
 
 constexpr int kLineGap = 2;  // between rows, for calm reading
 
-constexpr bool is_low_surrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool is_low_surrogate(wchar_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
-QColor to_qcolor(Rgb color) { return {color.red, color.green, color.blue}; }
+QColor to_qcolor(Rgb color) {
+  return {color.red, color.green, color.blue};
+}
 
 Rgb gray_text(const QPalette& palette) {
   const QColor gray = palette.color(QPalette::PlaceholderText);
@@ -41,13 +45,16 @@ ReceiveViewWidget::ReceiveViewWidget(QWidget* parent) : QAbstractScrollArea(pare
 
 std::size_t cells_in(std::wstring_view text) {
   std::size_t cells = 0;
-  for (const wchar_t unit : text) cells += cell_width(unit);
+  for (const wchar_t unit : text)
+    cells += cell_width(unit);
   return cells;
 }
 
 // The document
 
-void ReceiveViewWidget::begin_update() { ++open_updates_; }
+void ReceiveViewWidget::begin_update() {
+  ++open_updates_;
+}
 
 void ReceiveViewWidget::end_update(bool follow) {
   if (follow) top_row_ = tail_top();
@@ -73,7 +80,9 @@ void ReceiveViewWidget::clear() {
   content_changed();
 }
 
-bool ReceiveViewWidget::at_tail() const { return document_.empty() || top_row_ >= tail_top(); }
+bool ReceiveViewWidget::at_tail() const {
+  return document_.empty() || top_row_ >= tail_top();
+}
 
 void ReceiveViewWidget::content_changed() {
   if (open_updates_ == 0) refresh();
@@ -126,7 +135,9 @@ void ReceiveViewWidget::scroll_by(std::int64_t rows) {
   scroll_to(document_.first_row() + static_cast<Row>(std::max<std::int64_t>(0, above + rows)));
 }
 
-void ReceiveViewWidget::resizeEvent(QResizeEvent*) { wrap_to_width(); }
+void ReceiveViewWidget::resizeEvent(QResizeEvent*) {
+  wrap_to_width();
+}
 
 void ReceiveViewWidget::scrollContentsBy(int, int) {
   top_row_ = document_.first_row() + static_cast<Row>(verticalScrollBar()->value());
@@ -193,15 +204,17 @@ std::size_t ReceiveViewWidget::draw_range(QPainter& painter, Range range, std::s
   return cell;
 }
 
-// ASCII is drawn in stretches; every other character on its own, so that a glyph from another font cannot push
-// its neighbours off the grid.
-std::size_t ReceiveViewWidget::draw_text(QPainter& painter, std::wstring_view text, std::size_t cell, int y) const {
+// ASCII is drawn in stretches; every other character on its own, so that a glyph from another font cannot
+// push its neighbours off the grid.
+std::size_t ReceiveViewWidget::draw_text(QPainter& painter, std::wstring_view text, std::size_t cell,
+                                         int y) const {
   while (!text.empty()) {
     const auto other = std::find_if(text.begin(), text.end(), [](wchar_t unit) { return unit >= 0x80; });
     auto length = static_cast<std::size_t>(other - text.begin());
     if (length == 0) length = text.size() > 1 && is_low_surrogate(text[1]) ? 2 : 1;
     const std::wstring_view piece = text.substr(0, length);
-    painter.drawText(QPointF(kMargin + static_cast<double>(cell) * cell_width_, y + ascent_), to_qstring(piece));
+    painter.drawText(QPointF(kMargin + static_cast<double>(cell) * cell_width_, y + ascent_),
+                     to_qstring(piece));
     cell += cells_in(piece);
     text.remove_prefix(length);
   }

@@ -18,12 +18,13 @@ namespace hvt {
 // Cells that the text takes in a row.
 std::size_t cells_in(std::wstring_view text);
 
-// The receive area: paints the rows of a ReceiveDocument that are in sight, and lets a person scroll, select and
-// copy like in any read-only text field.
+// The receive area: paints the rows of a ReceiveDocument that are in sight, and lets a person scroll, select
+// and copy like in any read-only text field.
 //
-// Promises  the cost of a change or a repaint does not depend on how much text is held. Rows in sight keep their
-//           place while text is appended and trimmed, unless end_update() follows. Roles are stored, so another
-//           appearance is a repaint.
+// Promises  the cost of a change or a repaint does not depend on how much text is held. Rows in sight keep
+// their
+//           place while text is appended and trimmed, unless end_update() follows. Roles are stored, so
+//           another appearance is a repaint.
 // Threads   the interface thread.
 // Owns      the document and the selection.
 // Ends      with its parent window.

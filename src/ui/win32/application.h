@@ -33,7 +33,8 @@ class InterfaceLibraries {
   UniqueModule rich_edit_;
 };
 
-// Serves messages until the window closes and returns the exit code. Throws what an event of the window threw.
+// Serves messages until the window closes and returns the exit code. Throws what an event of the window
+// threw.
 int run_message_loop(MainWindow& window);
 
 // The message box that tells why the program ends.

@@ -48,7 +48,8 @@ EntryColors entry_colors(const DRAWITEMSTRUCT& item) {
 
 }  // namespace
 
-void set_choice_entries(HWND choice, std::span<const std::wstring> entries, std::optional<std::size_t> selected) {
+void set_choice_entries(HWND choice, std::span<const std::wstring> entries,
+                        std::optional<std::size_t> selected) {
   SendMessageW(choice, CB_RESETCONTENT, 0, 0);
   for (const std::wstring& entry : entries)
     SendMessageW(choice, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
@@ -79,7 +80,11 @@ void set_choice_height(HWND choice, int height) {
   const auto field = static_cast<int>(SendMessageW(choice, CB_GETITEMHEIGHT, kField, 0));
   const int frame = static_cast<int>(window.bottom - window.top) - field;
   if (field + frame == height || height <= frame) return;
-  SendMessageW(choice, CB_SETITEMHEIGHT, kField, height - frame);
+  const int wanted = height - frame;
+  SendMessageW(choice, CB_SETITEMHEIGHT, kField, wanted);
+  // Wine counts two pixels of the frame in when it is set and not when it is asked.
+  const auto set = static_cast<int>(SendMessageW(choice, CB_GETITEMHEIGHT, kField, 0));
+  if (set != wanted) SendMessageW(choice, CB_SETITEMHEIGHT, kField, 2 * wanted - set);
 }
 
 void draw_choice(const DRAWITEMSTRUCT& item, const std::wstring& placeholder) {

@@ -9,12 +9,14 @@
 
 namespace hvt {
 
-// A drop-down list without an edit field: an owner-drawn combo box that keeps its strings, so that it can show
-// a placeholder while nothing is selected and stand at any height. The functions take the native control.
+// A drop-down list without an edit field: an owner-drawn combo box that keeps its strings, so that it can
+// show a placeholder while nothing is selected and stand at any height. The functions take the native
+// control.
 inline constexpr DWORD kChoiceStyle = CBS_DROPDOWNLIST | CBS_OWNERDRAWFIXED | CBS_HASSTRINGS | WS_VSCROLL;
 
 // Replaces entries and selection; raises no notification.
-void set_choice_entries(HWND choice, std::span<const std::wstring> entries, std::optional<std::size_t> selected);
+void set_choice_entries(HWND choice, std::span<const std::wstring> entries,
+                        std::optional<std::size_t> selected);
 std::optional<std::size_t> selected_entry(HWND choice);
 
 // Pixels of the widest entry; 0 without entries.

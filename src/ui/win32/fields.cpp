@@ -14,7 +14,8 @@ constexpr int kSidePadding = 4;  // logical pixels
 
 // A single-line edit writes at the top of its client area, so the client area is made one line high.
 void shrink_to_text_line(HWND edit, RECT& area) {
-  const int side = kFrame + MulDiv(kSidePadding, static_cast<int>(GetDpiForWindow(edit)), USER_DEFAULT_SCREEN_DPI);
+  const int side =
+      kFrame + MulDiv(kSidePadding, static_cast<int>(GetDpiForWindow(edit)), USER_DEFAULT_SCREEN_DPI);
   const LONG spare = area.bottom - area.top - font_height(font_of(edit));
   const LONG above = std::max<LONG>(kFrame, spare / 2);
   const LONG below = std::max<LONG>(kFrame, spare - above);
@@ -36,15 +37,17 @@ void paint_surround(HWND edit) {
   OffsetRect(&window, -window.left, -window.top);
 
   const UINT question = IsWindowEnabled(edit) ? WM_CTLCOLOREDIT : WM_CTLCOLORSTATIC;
-  const auto brush = reinterpret_cast<HBRUSH>(SendMessageW(
-      GetParent(edit), question, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(edit)));
+  const auto brush = reinterpret_cast<HBRUSH>(
+      SendMessageW(GetParent(edit), question, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(edit)));
   ExcludeClipRect(dc, client.left, client.top, client.right, client.bottom);
   FillRect(dc, &window, brush);
   draw_frame(dc, window, field_frame_color(GetFocus() == edit));
   ReleaseDC(edit, dc);
 }
 
-void repaint_surround(HWND edit) { RedrawWindow(edit, nullptr, nullptr, RDW_FRAME | RDW_INVALIDATE); }
+void repaint_surround(HWND edit) {
+  RedrawWindow(edit, nullptr, nullptr, RDW_FRAME | RDW_INVALIDATE);
+}
 
 bool is_enter(LPARAM message_pointer) {
   const auto* message = reinterpret_cast<const MSG*>(message_pointer);
@@ -90,8 +93,12 @@ LRESULT CALLBACK receive_field_procedure(HWND rich_edit, UINT message, WPARAM fi
 
 }  // namespace
 
-void make_packet_field(HWND edit) { SetWindowSubclass(edit, packet_field_procedure, 0, 0); }
+void make_packet_field(HWND edit) {
+  SetWindowSubclass(edit, packet_field_procedure, 0, 0);
+}
 
-void make_receive_field(HWND rich_edit) { SetWindowSubclass(rich_edit, receive_field_procedure, 0, 0); }
+void make_receive_field(HWND rich_edit) {
+  SetWindowSubclass(rich_edit, receive_field_procedure, 0, 0);
+}
 
 }  // namespace hvt

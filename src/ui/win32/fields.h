@@ -8,8 +8,8 @@ namespace hvt {
 inline constexpr WORD kEnterPressed = 0x7001;
 
 // Gives an edit control without a border of its own the looks and keys of a packet field: the text stands in
-// the middle of whatever height the control has, the frame shows the focus, and Enter reports kEnterPressed to
-// the parent.
+// the middle of whatever height the control has, the frame shows the focus, and Enter reports kEnterPressed
+// to the parent.
 void make_packet_field(HWND edit);
 
 // Leaves Tab, Enter and Escape in the receive view to the window, as in any other field.

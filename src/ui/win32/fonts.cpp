@@ -52,7 +52,9 @@ HFONT Fonts::of(ControlKind kind) const {
   }
 }
 
-HFONT font_of(HWND window) { return reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)); }
+HFONT font_of(HWND window) {
+  return reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0));
+}
 
 int font_height(HFONT font) {
   const MeasuringContext context{font};

@@ -59,9 +59,13 @@ bool has_caption(ControlKind kind) {
          kind == ControlKind::check || kind == ControlKind::radio;
 }
 
-bool has_mark(ControlKind kind) { return kind == ControlKind::check || kind == ControlKind::radio; }
+bool has_mark(ControlKind kind) {
+  return kind == ControlKind::check || kind == ControlKind::radio;
+}
 
-bool is_checked(HWND button) { return SendMessageW(button, BM_GETCHECK, 0, 0) == BST_CHECKED; }
+bool is_checked(HWND button) {
+  return SendMessageW(button, BM_GETCHECK, 0, 0) == BST_CHECKED;
+}
 
 // What a control's notification means to the program.
 struct NotificationRow {
@@ -348,9 +352,13 @@ void Win32MainWindow::place(const Placement& placement) {
   InvalidateRect(handle(), nullptr, TRUE);
 }
 
-Metrics Win32MainWindow::measure() const { return controls_.measure(fonts_); }
+Metrics Win32MainWindow::measure() const {
+  return controls_.measure(fonts_);
+}
 
-std::wstring Win32MainWindow::field_text(ControlId id) const { return window_text(controls_[id]); }
+std::wstring Win32MainWindow::field_text(ControlId id) const {
+  return window_text(controls_[id]);
+}
 
 void Win32MainWindow::set_field_text(ControlId id, std::wstring_view text, std::size_t caret) {
   const OwnChange own{own_changes_};
@@ -393,6 +401,8 @@ void Win32MainWindow::start_timer(std::uintptr_t id, unsigned milliseconds) {
   if (handle() != nullptr) SetTimer(handle(), id, milliseconds, nullptr);
 }
 
-bool Win32MainWindow::input_waiting() const { return HIWORD(GetQueueStatus(QS_INPUT | QS_TIMER)) != 0; }
+bool Win32MainWindow::input_waiting() const {
+  return HIWORD(GetQueueStatus(QS_INPUT | QS_TIMER)) != 0;
+}
 
 }  // namespace hvt

@@ -101,11 +101,11 @@ class Win32MainWindow final : public MainWindow {
   RichEditView receive_view_;
   Sections sections_;
   StatusTone status_tone_ = StatusTone::plain;
-  HWND last_focus_ = nullptr;       // the control to return to when the window becomes active again
-  int own_changes_ = 0;             // above 0 while the program itself changes controls: no events then
-  bool live_ = false;               // created completely and not failed: events may be raised
+  HWND last_focus_ = nullptr;  // the control to return to when the window becomes active again
+  int own_changes_ = 0;        // above 0 while the program itself changes controls: no events then
+  bool live_ = false;          // created completely and not failed: events may be raised
   bool closing_told_ = false;
-  std::exception_ptr failure_;      // what ended the message loop
+  std::exception_ptr failure_;  // what ended the message loop
 };
 
 }  // namespace hvt

@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "transmit/packet_text.h"
 #include "ui/win32/choice.h"
 #include "ui/win32/fields.h"
 
 namespace hvt {
 namespace {
 
-constexpr WPARAM kMaxPacketCharacters = 6000;
 constexpr int kVisibleEntries = 20;
 constexpr int kOpenListHeight = 400;  // a drop-down list's height counts its open list
 
@@ -26,24 +26,24 @@ NativeKind native_kind(ControlKind kind) {
   switch (kind) {
     case ControlKind::label:
     case ControlKind::title: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX};
-    case ControlKind::status:
-      return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX | SS_ENDELLIPSIS};
+    case ControlKind::status: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX | SS_ENDELLIPSIS};
     case ControlKind::button: return {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP};
     case ControlKind::check: return {WC_BUTTONW, BS_CHECKBOX | WS_TABSTOP};
     case ControlKind::radio: return {WC_BUTTONW, BS_RADIOBUTTON};
     case ControlKind::choice: return {WC_COMBOBOXW, kChoiceStyle | WS_TABSTOP};
     case ControlKind::packet_edit: return {WC_EDITW, ES_AUTOHSCROLL | WS_TABSTOP};
     case ControlKind::receive_view:
-      return {MSFTEDIT_CLASS, ES_MULTILINE | ES_READONLY | ES_NOHIDESEL | ES_DISABLENOSCROLL | ES_AUTOVSCROLL |
-                                  WS_VSCROLL | WS_BORDER | WS_TABSTOP};
+      return {MSFTEDIT_CLASS, ES_MULTILINE | ES_READONLY | ES_NOHIDESEL | ES_DISABLENOSCROLL |
+                                  ES_AUTOVSCROLL | WS_VSCROLL | WS_BORDER | WS_TABSTOP};
   }
   return {WC_STATICW, 0};
 }
 
-// Arrow keys walk from a radio button to its neighbours and from nothing else: a run of radio rows is a group,
-// every other control is a group of its own.
+// Arrow keys walk from a radio button to its neighbours and from nothing else: a run of radio rows is a
+// group, every other control is a group of its own.
 bool starts_group(std::size_t row) {
-  return kControls[row].kind != ControlKind::radio || row == 0 || kControls[row - 1].kind != ControlKind::radio;
+  return kControls[row].kind != ControlKind::radio || row == 0 ||
+         kControls[row - 1].kind != ControlKind::radio;
 }
 
 // The first button of a radio group takes the Tab key until one of them is checked.
@@ -56,8 +56,8 @@ HWND create_control(HWND parent, std::size_t row) {
   const NativeKind kind = native_kind(kControls[row].kind);
   const DWORD style = WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | kind.style | group_style(row);
   const auto menu = reinterpret_cast<HMENU>(static_cast<INT_PTR>(native_id(kControls[row].id)));
-  return CreateWindowExW(0, kind.window_class, L"", style, 0, 0, 0, 0, parent, menu, GetModuleHandleW(nullptr),
-                         nullptr);
+  return CreateWindowExW(0, kind.window_class, L"", style, 0, 0, 0, 0, parent, menu,
+                         GetModuleHandleW(nullptr), nullptr);
 }
 
 void prepare_control(HWND handle, ControlKind kind) {
@@ -132,7 +132,8 @@ Metrics NativeControls::measure(const Fonts& fonts) const {
   metrics.mono_height = font_height(fonts.fixed_font());
   for (std::size_t row = 0; row < kControlCount; ++row) {
     const ControlKind kind = kControls[row].kind;
-    if (handles_[row] == nullptr || kind == ControlKind::receive_view || kind == ControlKind::packet_edit) continue;
+    if (handles_[row] == nullptr || kind == ControlKind::receive_view || kind == ControlKind::packet_edit)
+      continue;
     const bool is_choice = kind == ControlKind::choice;
     const std::wstring text = is_choice ? placeholders_[row] : window_text(handles_[row]);
     metrics.text_width[row] = text_width(fonts.of(kind), text);

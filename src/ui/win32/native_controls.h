@@ -16,7 +16,9 @@ namespace hvt {
 
 inline constexpr int kFirstControlId = 1000;  // native id of row 0 of kControls
 
-constexpr int native_id(ControlId id) { return kFirstControlId + static_cast<int>(index_of(id)); }
+constexpr int native_id(ControlId id) {
+  return kFirstControlId + static_cast<int>(index_of(id));
+}
 // Empty for an id that belongs to no control of the table.
 std::optional<ControlId> control_of(int native_id);
 

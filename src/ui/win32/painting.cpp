@@ -43,7 +43,9 @@ ControlColors Surfaces::colors(ControlId id, bool enabled, StatusTone tone) cons
   return result;
 }
 
-COLORREF field_frame_color(bool focused) { return focused ? GetSysColor(COLOR_HIGHLIGHT) : kRestingFrame; }
+COLORREF field_frame_color(bool focused) {
+  return focused ? GetSysColor(COLOR_HIGHLIGHT) : kRestingFrame;
+}
 
 Sections sections_of(const Placement& placement) {
   int connection_end = 0;

@@ -11,8 +11,12 @@
 
 namespace hvt {
 
-constexpr COLORREF color_ref(Rgb color) { return RGB(color.red, color.green, color.blue); }
-constexpr Rgb rgb(COLORREF color) { return {GetRValue(color), GetGValue(color), GetBValue(color)}; }
+constexpr COLORREF color_ref(Rgb color) {
+  return RGB(color.red, color.green, color.blue);
+}
+constexpr Rgb rgb(COLORREF color) {
+  return {GetRValue(color), GetGValue(color), GetBValue(color)};
+}
 
 // What a control stands on and writes with.
 struct ControlColors {

@@ -38,7 +38,8 @@ DisplayBatch normalised(const DisplayBatch& batch) {
 std::wstring whole_text(const DisplayBatch& batch) {
   std::wstring text;
   text.reserve(batch.characters);
-  for (const DisplayRun& run : batch.runs) text += run.text;
+  for (const DisplayRun& run : batch.runs)
+    text += run.text;
   return text;
 }
 
@@ -185,7 +186,22 @@ bool RichEditView::at_tail() const {
   info.cbSize = sizeof info;
   info.fMask = SIF_ALL;
   if (control_ == nullptr || !GetScrollInfo(control_, SB_VERT, &info)) return true;
-  return info.nPos >= std::max<LONG>(info.nMin, info.nMax - static_cast<int>(info.nPage));
+  return info.nPos >= std::max<LONG>(info.nMin, info.nMax - static_cast<int>(info.nPage)) || fits();
+}
+
+// A scroll bar that is not needed keeps values from before, so a short text is measured instead.
+bool RichEditView::fits() const {
+  const LONG end = length();
+  const LRESULT lines = send(EM_GETLINECOUNT);
+  if (end == 0 || lines < 2) return true;
+  if (send(EM_GETFIRSTVISIBLELINE) != 0) return false;
+  POINTL first{};
+  POINTL last{};
+  send(EM_POSFROMCHAR, reinterpret_cast<WPARAM>(&first), 0);
+  send(EM_POSFROMCHAR, reinterpret_cast<WPARAM>(&last), end);
+  RECT client{};
+  GetClientRect(control_, &client);
+  return last.y + (last.y - first.y) / (lines - 1) <= client.bottom;
 }
 
 std::size_t RichEditView::line_count() const {

@@ -16,12 +16,13 @@ struct ViewAnchor {
   bool start_is_active = false;  // the caret is at the selection's first character
   LONG first_visible = 0;        // character index at the top left
   POINT scroll{};
-  LONG trimmed = 0;              // characters taken from the head since then
+  LONG trimmed = 0;  // characters taken from the head since then
 };
 
 // The receive view as a read-only rich edit control; the control is the document.
 //
-// Promises  text and colour roles appear exactly as appended, each line break as one character; no undo record
+// Promises  text and colour roles appear exactly as appended, each line break as one character; no undo
+// record
 //           is ever kept; selection and visible text stay in place unless the end is followed.
 // Threads   the interface thread.
 // Owns      the text inside the control, not the control: its parent window destroys that.
@@ -46,6 +47,8 @@ class RichEditView final : public ReceiveView {
  private:
   LRESULT send(UINT message, WPARAM first = 0, LPARAM second = 0) const;
   LONG length() const;
+  // All of the text is in view.
+  bool fits() const;
   void select(LONG begin, LONG end);
   void set_selection_color(ColorRole role);
   void insert_at_end(const DisplayBatch& normalised);

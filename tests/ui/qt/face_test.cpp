@@ -4,14 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QButtonGroup>
+#include <QApplication>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSignalSpy>
 #include <QTest>
 #include <functional>
 #include <string>
@@ -50,7 +50,9 @@ class Recorder : public WindowEvents {
   Size least{600, 300};
 
  private:
-  void note(const char* what, ControlId id) { log.push_back(std::string(what) + ' ' + std::string(control(id).name)); }
+  void note(const char* what, ControlId id) {
+    log.push_back(std::string(what) + ' ' + std::string(control(id).name));
+  }
 };
 
 class Face : public testing::Test {
@@ -73,7 +75,8 @@ class Face : public testing::Test {
 
   void apply_all() {
     std::vector<ControlChange> changes;
-    for (const ControlRow& row : kControls) changes.push_back({row.id, states_[index_of(row.id)]});
+    for (const ControlRow& row : kControls)
+      changes.push_back({row.id, states_[index_of(row.id)]});
     window_.apply(changes);
   }
 
@@ -99,7 +102,9 @@ TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
       case ControlKind::button: found = find<QPushButton>(row.id) != nullptr; break;
       case ControlKind::check: found = find<QCheckBox>(row.id) != nullptr; break;
       case ControlKind::radio: found = find<QRadioButton>(row.id) != nullptr; break;
-      case ControlKind::choice: found = find<QComboBox>(row.id) && !find<QComboBox>(row.id)->isEditable(); break;
+      case ControlKind::choice:
+        found = find<QComboBox>(row.id) && !find<QComboBox>(row.id)->isEditable();
+        break;
       case ControlKind::packet_edit:
         found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxPacketCharacters};
         break;
@@ -111,7 +116,8 @@ TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
 
 TEST_F(Face, is_walked_by_the_tab_key_in_table_order) {
   std::vector<std::string> walked;
-  for (QWidget* widget = window_.nextInFocusChain(); widget != &window_; widget = widget->nextInFocusChain()) {
+  for (QWidget* widget = window_.nextInFocusChain(); widget != &window_;
+       widget = widget->nextInFocusChain()) {
     const bool stop = widget->parentWidget() == &window_ && (widget->focusPolicy() & Qt::TabFocus);
     if (stop) walked.push_back(widget->objectName().toStdString());
   }
@@ -130,7 +136,8 @@ TEST_F(Face, shows_captions_states_and_measures_them) {
   EXPECT_FALSE(find(ControlId::baud_label)->isVisible());
   const Metrics metrics = window_.measure();
   const QFontMetrics font = find(ControlId::clear)->fontMetrics();
-  EXPECT_EQ(metrics.text_width[index_of(ControlId::clear)], font.horizontalAdvance(QStringLiteral("Wide & wider")));
+  EXPECT_EQ(metrics.text_width[index_of(ControlId::clear)],
+            font.horizontalAdvance(QStringLiteral("Wide & wider")));
   EXPECT_EQ(metrics.text_width[index_of(ControlId::parity)], font.horizontalAdvance(QStringLiteral("three")));
 }
 
@@ -140,7 +147,8 @@ TEST_F(Face, raises_no_event_for_what_the_program_changes) {
     state.enabled = !state.enabled;
   }
   apply_all();
-  for (ControlState& state : states_) state.checked = state.enabled = true;
+  for (ControlState& state : states_)
+    state.checked = state.enabled = true;
   apply_all();
   for (const ControlRow& row : kControls) {
     if (row.kind == ControlKind::choice) {
@@ -161,11 +169,16 @@ TEST_F(Face, raises_one_event_for_each_thing_a_person_does) {
     const char* event;
     std::function<void()> act;
   };
+  window_.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
   const auto click = [this](ControlId id) {
     return [this, id] { QTest::mouseClick(find(id), Qt::LeftButton, {}, {10, 10}); };
   };
   const auto key = [this](ControlId id, Qt::Key which) {
-    return [this, id, which] { QTest::keyClick(find(id), which); };
+    return [this, id, which] {
+      find(id)->setFocus();
+      QTest::keyClick(find(id), which);
+    };
   };
   const std::vector<Case> cases{
       {"command refresh", click(ControlId::refresh)},
@@ -173,6 +186,7 @@ TEST_F(Face, raises_one_event_for_each_thing_a_person_does) {
       {"command receive_hex", click(ControlId::receive_hex)},
       {"command send_hex", key(ControlId::send_hex, Qt::Key_Space)},
       {"command transmit", key(ControlId::transmit, Qt::Key_Space)},
+      {"command receive_hex", key(ControlId::receive_ascii, Qt::Key_Right)},
       {"chosen baud", key(ControlId::baud, Qt::Key_Down)},
       {"chosen port", key(ControlId::port, Qt::Key_End)},
       {"edited packet_3", key(ControlId::packet_3, Qt::Key_A)},
@@ -180,7 +194,7 @@ TEST_F(Face, raises_one_event_for_each_thing_a_person_does) {
   };
   for (const Case& one : cases) {
     one.act();
-    EXPECT_THAT(recorder_.take(), ElementsAre(one.event));
+    EXPECT_THAT(recorder_.take(), ElementsAre(one.event)) << one.event;
   }
 }
 
@@ -194,8 +208,9 @@ TEST_F(Face, checks_only_what_the_controller_agreed_to) {
   EXPECT_FALSE(hex->isChecked());
   EXPECT_FALSE(check->isChecked());
 
-  window_.apply(std::vector<ControlChange>{{ControlId::receive_ascii, {.checked = false, .caption = L"ASCII"}},
-                                           {ControlId::receive_hex, {.checked = true, .caption = L"Hex"}}});
+  window_.apply(
+      std::vector<ControlChange>{{ControlId::receive_ascii, {.checked = false, .caption = L"ASCII"}},
+                                 {ControlId::receive_hex, {.checked = true, .caption = L"Hex"}}});
   EXPECT_FALSE(ascii->isChecked());
   EXPECT_TRUE(hex->isChecked());
   EXPECT_TRUE(find<QRadioButton>(ControlId::send_ascii)->isChecked()) << "the other group";
@@ -228,7 +243,8 @@ TEST_F(Face, delivers_posted_messages_on_the_interface_thread_until_it_closes) {
 
   EXPECT_TRUE(window_.post(kTaskMessage));
   window_.close();
-  window_.close();
+  QCloseEvent again;
+  QApplication::sendEvent(&window_, &again);
   EXPECT_FALSE(window_.post(kTaskMessage));
   QCoreApplication::processEvents();
   EXPECT_THAT(seen, ElementsAre(kDisplayMessage));
@@ -249,7 +265,8 @@ TEST_F(Face, serves_timers_while_a_message_keeps_posting_itself) {
   };
   window_.start_timer(1, 5);
   window_.post(kDisplayMessage);
-  while (!timer_came && rounds < kTooMany) QCoreApplication::processEvents();
+  while (!timer_came && rounds < kTooMany)
+    QCoreApplication::processEvents();
   EXPECT_TRUE(timer_came);
 }
 

@@ -8,9 +8,11 @@
 #include <string_view>
 
 #include "app/app.h"
+#include "ui/qt/look.h"
 
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
+  hvt::look::prepare_application(application);
   hvt::App app({}, [] { return std::vector<hvt::PortDescription>(); });
   const auto window = hvt::create_main_window(app);
   app.attach(*window);

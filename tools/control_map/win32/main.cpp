@@ -12,7 +12,7 @@ int main() {
   const HWND window = FindWindowW(L"HalvetricSerialTest.Main", nullptr);
   if (!window) return 1;
   for (const hvt::ControlRow& row : hvt::kControls) {
-    const HWND child = GetDlgItem(window, hvt::win32::native_id(row.id));
+    const HWND child = GetDlgItem(window, hvt::native_id(row.id));
     RECT place{};
     if (!child || !IsWindowVisible(child) || !GetWindowRect(child, &place)) continue;
     std::printf("%.*s %ld %ld %ld %ld\n", static_cast<int>(row.name.size()), row.name.data(), place.left,

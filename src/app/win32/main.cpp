@@ -1,0 +1,32 @@
+#include <windows.h>
+
+#include <exception>
+#include <memory>
+
+#include "app/app.h"
+#include "ui/main_window.h"
+#include "ui/win32/application.h"
+
+namespace {
+
+int run_application() {
+  const hvt::InterfaceLibraries libraries;
+  hvt::App app({});
+  const std::unique_ptr<hvt::MainWindow> window = hvt::create_main_window(app);
+  app.attach(*window);
+  const int code = hvt::run_message_loop(*window);
+  app.closing();
+  app.detach();
+  return code;
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+  try {
+    return run_application();
+  } catch (const std::exception& error) {
+    hvt::show_fatal_error(error);
+    return 1;
+  }
+}

@@ -1,0 +1,191 @@
+// Risk: the parts work and the whole does not. The real window, clicked and typed into, on a real serial line:
+// a pseudo-terminal whose far end the test is.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <latch>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/app.h"
+#include "tests/support/pty.h"
+#include "ui/qt/main_window.h"
+#include "ui/qt/qt_text.h"
+
+namespace hvt {
+namespace {
+
+class Window : public testing::Test {
+ protected:
+  explicit Window(TransportFactory factory = {})
+      : app_(std::move(factory), [this] { return std::vector<PortDescription>{{device_->port(), L""}}; }),
+        window_(app_) {
+    app_.attach(window_);
+  }
+  ~Window() override {
+    app_.closing();
+    app_.detach();
+  }
+
+  template <typename Widget = QWidget>
+  Widget& find(ControlId id) {
+    return *window_.findChild<Widget*>(QString::fromStdString(std::string(control(id).name)));
+  }
+  // A click where a person would click: on the indicator of a check box, in the middle of a button.
+  void click(ControlId id) {
+    QWidget& widget = find(id);
+    const bool has_indicator = control(id).kind == ControlKind::check || control(id).kind == ControlKind::radio;
+    const QPoint at(has_indicator ? 8 : widget.width() / 2, widget.height() / 2);
+    QTest::mouseClick(&widget, Qt::LeftButton, {}, at);
+  }
+  QString status() { return find<QLabel>(ControlId::status).text(); }
+  QString caption() { return find<QPushButton>(ControlId::connect).text(); }
+  // All of the receive view, as a person would get it: select all, copy.
+  QString received() {
+    QTest::keyClick(&find(ControlId::receive_view), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(&find(ControlId::receive_view), Qt::Key_C, Qt::ControlModifier);
+    return QApplication::clipboard()->text();
+  }
+  void connect() {
+    click(ControlId::connect);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return caption() == "Connected"; })) << status().toStdString();
+  }
+  bool status_becomes(const QString& text) {
+    const bool became = QTest::qWaitFor([&] { return status() == text; });
+    if (!became) ADD_FAILURE() << "the status says: " << status().toStdString();
+    return became;
+  }
+  bool shows(const QString& text) {
+    const bool shown = QTest::qWaitFor([&] { return received() == text; });
+    if (!shown) ADD_FAILURE() << "the receive view shows: " << received().toStdString();
+    return shown;
+  }
+  void open_transmit(const QString& packet) {
+    click(ControlId::transmit);
+    QTest::keyClicks(&find(packet_field(0)), packet);
+  }
+  void device_sends(const std::string& text) {
+    ASSERT_EQ(device_->send(std::vector<std::uint8_t>(text.begin(), text.end())), text.size());
+  }
+  std::string device_receives(std::size_t count) {
+    const auto bytes = device_->receive(count);
+    return {bytes.begin(), bytes.end()};
+  }
+
+  std::unique_ptr<test::Pty> device_ = std::make_unique<test::Pty>();
+  App app_;
+  QtMainWindow window_;
+};
+
+TEST_F(Window, SendsAndReceives) {
+  click(ControlId::line_break);
+  open_transmit("ID?");
+  click(ControlId::auto_crlf);
+  connect();
+  QTest::keyClick(&find(packet_field(0)), Qt::Key_Return);
+  EXPECT_EQ(device_receives(5), "ID?\r\n");
+  device_sends("v1\x01\xAB\r\n");
+  EXPECT_TRUE(shows("[TX] ID?<CR><LF>\n[RX] v1<SOH><0xAB><CR><LF>\n"));
+
+  click(ControlId::clear);
+  click(ControlId::receive_hex);
+  click(ControlId::send_hex);
+  QTest::keyClicks(&find(packet_field(1)), "00ff");
+  EXPECT_EQ(find<QLineEdit>(packet_field(1)).text(), "00 FF");
+  click(send_button(1));
+  EXPECT_EQ(device_receives(4), std::string("\x00\xFF\r\n", 4));
+  device_sends("\x7F\x80");
+  EXPECT_TRUE(shows("[TX] 00 FF 0D 0A\n[RX] 7F 80"));
+  click(ControlId::connect);
+  EXPECT_EQ(status(), "Disconnected");
+  EXPECT_EQ(caption(), "Connect");
+}
+
+TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {
+  connect();
+  device_sends("before");
+  EXPECT_TRUE(shows("before"));
+  device_->unplug();
+  EXPECT_TRUE(status_becomes("The serial device was removed."));
+  EXPECT_EQ(caption(), "Connect");
+  device_ = std::make_unique<test::Pty>();
+  click(ControlId::refresh);
+  find<QComboBox>(ControlId::port).setFocus();
+  QTest::keyClick(&find(ControlId::port), Qt::Key_Home);
+  if (find<QComboBox>(ControlId::port).currentIndex() < 0) QTest::keyClick(&find(ControlId::port), Qt::Key_Down);
+  ASSERT_TRUE(QTest::qWaitFor([&] {  // the reader of the lost connection may still be leaving
+    if (caption() == "Connect") click(ControlId::connect);
+    return caption() == "Connected";
+  }));
+  device_sends(" and after");
+  EXPECT_TRUE(shows("before and after"));
+}
+
+TEST_F(Window, ToldThatThePortIsBusyItConnectsWhenItIsFree) {
+  const int other = ::open(device_->path().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+  ASSERT_EQ(::flock(other, LOCK_EX | LOCK_NB), 0);
+  click(ControlId::connect);
+  EXPECT_TRUE(status_becomes(QString::fromStdString(device_->path()) + " is in use by another program."));
+  ::close(other);
+  connect();
+}
+
+TEST_F(Window, StaysUsableWhileADeviceTakesNothing) {
+  open_transmit("<0xFF>");
+  QTest::keyClicks(&find(packet_field(0)), QString("x").repeated(1400));
+  connect();
+  // The device never reads: the line fills up, then a write ends after its half second.
+  const auto full = [&] {
+    click(send_button(0));
+    return status() == "Serial write exceeded 500 ms.";
+  };
+  ASSERT_TRUE(QTest::qWaitFor(full, 20'000)) << status().toStdString();
+  EXPECT_EQ(caption(), "Connected");
+  device_sends("still here");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return received().endsWith("[RX] still here"); }));
+  click(send_button(0));
+  click(ControlId::connect);  // in the middle of a blocked write
+  EXPECT_EQ(caption(), "Connect");
+}
+
+// The driver takes as long as the test wants.
+class SlowWindow : public Window {
+ protected:
+  SlowWindow()
+      : Window([this](const SerialSettings&, std::wstring&) -> std::shared_ptr<SerialTransport> {
+          let_go_.wait();
+          return nullptr;
+        }) {}
+  std::latch let_go_{1};
+};
+
+TEST_F(SlowWindow, GivesUpOnASlowOpenAndStaysUsable) {
+  find<QComboBox>(ControlId::timeout).setFocus();
+  QTest::keyClick(&find(ControlId::timeout), Qt::Key_Home);  // 1 second, real time
+  click(ControlId::connect);
+  EXPECT_EQ(caption(), QString::fromUtf8("Connecting…"));
+  click(ControlId::line_break);  // the window answers meanwhile
+  EXPECT_TRUE(status_becomes("Serial connection exceeded 1 sec."));
+  click(ControlId::connect);
+  EXPECT_TRUE(status().startsWith("The previous connection attempt is still being cleaned up."));
+  let_go_.count_down();
+  EXPECT_TRUE(QTest::qWaitFor([&] {  // the open worker is on its way out
+    if (status() == "Could not open serial port.") return true;
+    if (caption() == "Connect") click(ControlId::connect);
+    return false;
+  }));
+}
+
+}  // namespace
+}  // namespace hvt

@@ -1,0 +1,335 @@
+// Risks: a control that is missing, out of tab order or out of place; an event for a change that the program
+// made itself, which would feed back; an event lost or doubled; use of the window after it is gone.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
+#include "face_rig.h"
+#include "ui/win32/fields.h"
+#include "ui/win32/sizing.h"
+
+namespace hvt::test {
+namespace {
+
+using Log = std::vector<std::string>;
+
+std::wstring class_of(HWND window) {
+  wchar_t name[64]{};
+  GetClassNameW(window, name, 64);
+  return name;
+}
+
+std::wstring expected_class(ControlKind kind) {
+  switch (kind) {
+    case ControlKind::button:
+    case ControlKind::check:
+    case ControlKind::radio: return L"BUTTON";
+    case ControlKind::choice: return L"COMBOBOX";
+    case ControlKind::packet_edit: return L"EDIT";
+    case ControlKind::receive_view: return L"RICHEDIT50W";
+    default: return L"STATIC";
+  }
+}
+
+bool takes_tab(std::size_t row) {
+  switch (kControls[row].kind) {
+    case ControlKind::label:
+    case ControlKind::title:
+    case ControlKind::status: return false;
+    case ControlKind::radio: return kControls[row - 1].kind != ControlKind::radio;
+    default: return true;
+  }
+}
+
+Rect rect_of(HWND parent, HWND child) {
+  RECT rect{};
+  GetWindowRect(child, &rect);
+  MapWindowPoints(nullptr, parent, reinterpret_cast<POINT*>(&rect), 2);
+  return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
+}
+
+// 120 pixels apart on a grid, all of the height that the layout gives a control.
+Placement grid_placement() {
+  Placement placement{};
+  for (std::size_t i = 0; i < kControlCount; ++i)
+    placement[i] = {static_cast<int>(i % 6) * 120, static_cast<int>(i / 6) * 40, 110, 26};
+  return placement;
+}
+
+// Handles what waits in the thread's queue; true when the loop would end.
+bool pump(const Win32MainWindow& window) {
+  MSG message{};
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) return true;
+    if (window.handle() != nullptr && IsDialogMessageW(window.handle(), &message)) continue;
+    DispatchMessageW(&message);
+  }
+  return false;
+}
+
+TEST(Win32Face, EveryControlIsThereWithItsClassIdAndPlaceInTheOrder) {
+  const Face face;
+  EXPECT_EQ(class_of(face.window.handle()), L"HalvetricSerialTest.Main");
+  EXPECT_FALSE(IsWindowVisible(face.window.handle()));
+  HWND child = GetWindow(face.window.handle(), GW_CHILD);
+  for (const ControlRow& row : kControls) {
+    SCOPED_TRACE(row.name);
+    ASSERT_NE(child, nullptr);
+    EXPECT_EQ(GetDlgCtrlID(child), native_id(row.id));
+    EXPECT_EQ(_wcsicmp(class_of(child).c_str(), expected_class(row.kind).c_str()), 0) << "class";
+    child = GetWindow(child, GW_HWNDNEXT);
+  }
+  EXPECT_EQ(child, nullptr);
+}
+
+TEST(Win32Face, TheTabKeyFollowsTheTable) {
+  const Face face;
+  HWND at = face.native(ControlId::port);
+  for (std::size_t row = 0; row < kControlCount; ++row) {
+    if (!takes_tab(row)) continue;
+    SCOPED_TRACE(kControls[row].name);
+    EXPECT_EQ(GetDlgCtrlID(at), native_id(kControls[row].id));
+    at = GetNextDlgTabItem(face.window.handle(), at, FALSE);
+  }
+  EXPECT_EQ(at, face.native(ControlId::port));
+}
+
+TEST(Win32Face, TheTabKeyStopsAtTheCheckedRadioButton) {
+  Face face;
+  const ControlChange hex_checked[]{{ControlId::receive_ascii, {true, true, false, L"ASCII"}},
+                                    {ControlId::receive_hex, {true, true, true, L"Hex"}}};
+  face.window.apply(hex_checked);
+  const HWND before = face.native(ControlId::parity);
+  EXPECT_EQ(GetNextDlgTabItem(face.window.handle(), before, FALSE), face.native(ControlId::receive_hex));
+}
+
+TEST(Win32Face, ControlsStandExactlyWhereTheyArePlaced) {
+  Face face;
+  face.apply_plain_states();
+  face.window.set_choices(ControlId::port, {}, {}, L"Select a COM port");
+  Placement placement = grid_placement();
+  for (const int height : {26, 40, 30}) {
+    for (Rect& rect : placement)
+      rect.height = height;
+    face.window.place(placement);
+    for (const ControlRow& row : kControls) {
+      const Rect actual = rect_of(face.window.handle(), face.native(row.id));
+      EXPECT_EQ(actual, placement[index_of(row.id)])
+          << row.name << " at height " << height << ": " << actual.x << "," << actual.y << " " << actual.width
+          << "x" << actual.height;
+    }
+  }
+}
+
+TEST(Win32Face, EmptyRectanglesLeaveAControlWhereItIs) {
+  Face face;
+  Placement placement = grid_placement();
+  face.window.place(placement);
+  const Rect before = placement[index_of(ControlId::clear)];
+  placement[index_of(ControlId::clear)] = {};
+  face.window.place(placement);
+  EXPECT_EQ(rect_of(face.window.handle(), face.native(ControlId::clear)), before);
+}
+
+TEST(Win32Face, ChangesByTheProgramRaiseNoEvent) {
+  Face face;
+  const std::vector<std::wstring> entries{L"1", L"2", L"3"};
+  for (const ControlRow& row : kControls) {
+    if (row.kind == ControlKind::choice) face.window.set_choices(row.id, entries, 1, L"none");
+    if (row.kind == ControlKind::packet_edit) face.window.set_field_text(row.id, L"AT<CR>", 2);
+  }
+  face.apply_plain_states();
+  std::vector<ControlChange> other;
+  for (const ControlRow& row : kControls)
+    other.push_back({row.id, {false, true, true, L"y"}});
+  face.window.apply(other);
+  face.window.set_status(L"Ready", StatusTone::error);
+  face.window.set_title(L"title");
+  face.window.place(grid_placement());
+  face.window.measure();
+  pump(face.window);
+  EXPECT_EQ(face.events.take(), Log{});
+  EXPECT_EQ(face.window.field_text(ControlId::packet_10), L"AT<CR>");
+  EXPECT_EQ(face.window.field_caret(ControlId::packet_10), 2u);
+  EXPECT_EQ(face.window.selected_choice(ControlId::baud), 1u);
+}
+
+TEST(Win32Face, APersonsActionsRaiseOneEventEach) {
+  struct Case {
+    const char* name;
+    ControlId id;
+    std::function<void(HWND)> act;
+    Log expected;
+  };
+  const auto click = [](HWND window) { SendMessageW(window, BM_CLICK, 0, 0); };
+  const auto key = [](WPARAM code) {
+    return [code](HWND window) { SendMessageW(window, WM_KEYDOWN, code, 1); };
+  };
+  const Case cases[]{
+      {"button", ControlId::send_3, click, {"command send_3"}},
+      {"check box", ControlId::hide_crlf, click, {"command hide_crlf"}},
+      {"unchecked radio button", ControlId::send_hex, click, {"command send_hex"}},
+      {"radio button that the program checked", ControlId::send_ascii, click, {}},
+      {"Enter in a field", ControlId::packet_10, key(VK_RETURN), {"command packet_10"}},
+      {"typing in a field",
+       ControlId::packet_4,
+       [](HWND window) { SendMessageW(window, WM_CHAR, L'A', 1); },
+       {"edited packet_4"}},
+      {"Enter's character",
+       ControlId::packet_4,
+       [](HWND window) { SendMessageW(window, WM_CHAR, VK_RETURN, 1); },
+       {}},
+      {"arrow key in a choice", ControlId::baud, key(VK_DOWN), {"chosen baud"}},
+  };
+  Face face;
+  face.apply_plain_states();
+  const std::vector<std::wstring> entries{L"1200", L"2400", L"4800"};
+  face.window.set_choices(ControlId::baud, entries, 0, L"");
+  const ControlChange ascii_checked[]{{ControlId::send_ascii, {true, true, true, L"ASCII"}}};
+  face.window.apply(ascii_checked);
+  face.window.place(grid_placement());
+  face.events.take();
+  for (const Case& named : cases) {
+    SCOPED_TRACE(named.name);
+    named.act(face.native(named.id));
+    EXPECT_EQ(face.events.take(), named.expected);
+  }
+  EXPECT_EQ(SendMessageW(face.native(ControlId::hide_crlf), BM_GETCHECK, 0, 0), BST_UNCHECKED)
+      << "only the program sets a mark";
+  EXPECT_EQ(face.window.selected_choice(ControlId::baud), 1u);
+}
+
+TEST(Win32Face, ChoicesMeasureTheirWidestTextAndShowNothingSelected) {
+  Face face;
+  const std::vector<std::wstring> narrow{L"1"};
+  const std::vector<std::wstring> wide{L"1", L"COM9 - a long device description"};
+  const auto width = [&] { return face.window.measure().text_width[index_of(ControlId::port)]; };
+  face.window.set_choices(ControlId::port, narrow, 0, L"");
+  const int one_digit = width();
+  face.window.set_choices(ControlId::port, narrow, {}, L"Select a COM port");
+  const int placeholder = width();
+  EXPECT_FALSE(face.window.selected_choice(ControlId::port));
+  face.window.set_choices(ControlId::port, wide, 1, L"Select a COM port");
+  EXPECT_LT(0, one_digit);
+  EXPECT_LT(one_digit, placeholder);
+  EXPECT_LT(placeholder, width());
+  EXPECT_EQ(face.window.selected_choice(ControlId::port), 1u);
+}
+
+TEST(Win32Face, PostedMessagesAndTimersArriveWithTheirNumbers) {
+  Face face;
+  bool accepted = false;
+  std::thread([&] { accepted = face.window.post(kDisplayMessage); }).join();
+  EXPECT_TRUE(accepted);
+  SendMessageW(face.window.handle(), WM_TIMER, 7, 0);
+  pump(face.window);
+  EXPECT_EQ(face.events.take(), (Log{"message 275 7", "message 32770 0"}));
+}
+
+TEST(Win32Face, ClosingIsToldOnceAndEverythingAfterwardsIsHarmless) {
+  Face face;
+  SendMessageW(face.window.handle(), WM_ENDSESSION, TRUE, 0);
+  SendMessageW(face.window.handle(), WM_CLOSE, 0, 0);
+  EXPECT_EQ(face.events.take(), Log{"closing"});
+  EXPECT_EQ(face.window.handle(), nullptr);
+  EXPECT_TRUE(pump(face.window)) << "the message loop ends";
+
+  face.apply_plain_states();
+  face.window.place(grid_placement());
+  face.window.set_choices(ControlId::port, {}, {}, L"none");
+  face.window.set_field_text(ControlId::packet_1, L"x", 1);
+  face.window.set_status(L"x", StatusTone::plain);
+  face.window.set_client_size({100, 100});
+  face.window.show();
+  face.window.start_timer(1, 10);
+  face.window.measure();
+  DisplayBatch batch;
+  batch.add(L"text", ColorRole::normal);
+  EXPECT_EQ(face.window.receive_view().append(batch), 0u);
+  EXPECT_EQ(face.window.receive_view().line_count(), 0u);
+  EXPECT_TRUE(face.window.receive_view().at_tail());
+  EXPECT_EQ(face.window.field_text(ControlId::packet_1), L"");
+  EXPECT_FALSE(face.window.selected_choice(ControlId::port));
+  EXPECT_FALSE(face.window.post(kTaskMessage));
+  EXPECT_EQ(face.events.take(), Log{});
+}
+
+TEST(Win32Face, AnObjectThatTakesItsWindowAlongLeavesNoQuitMessage) {
+  { const Face face; }
+  MSG message{};
+  EXPECT_FALSE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+}
+
+struct FailingEvents final : RecordingEvents {
+  void message(unsigned, std::uintptr_t, std::intptr_t) override {
+    log.emplace_back("failed");
+    throw std::runtime_error("first failure");
+  }
+};
+
+TEST(Win32Face, AFailureInAnEventEndsTheLoopAndSilencesTheWindow) {
+  const InterfaceLibraries libraries;
+  FailingEvents events;
+  Win32MainWindow window{events};
+  window.post(kTaskMessage);
+  window.post(kTaskMessage);
+  try {
+    run_message_loop(window);
+    ADD_FAILURE() << "the loop returned";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "first failure");
+  }
+  pump(window);
+  EXPECT_EQ(events.take(), Log{"failed"});
+}
+
+TEST(Win32Face, TheClientAreaTakesTheSizeThatWasAsked) {
+  Face face;
+  const Size asked{640, 480};
+  face.window.set_client_size(asked);
+  EXPECT_EQ(client_size(face.window.handle()), asked);
+  EXPECT_EQ(face.events.take(), Log{"resized"});
+  face.window.set_client_size(asked);
+  EXPECT_EQ(face.events.take(), Log{"resized"}) << "the same size is reported as well";
+}
+
+TEST(Win32Face, DraggingBelowTheMinimumMovesOnlyTheDraggedEdges) {
+  struct Case {
+    const char* name;
+    WPARAM edge;
+    RECT expected;  // from the rectangle 100,100 300,200 and the minimum 400 by 250
+  };
+  const Case cases[]{
+      {"left", WMSZ_LEFT, {-100, 100, 300, 350}},
+      {"right", WMSZ_RIGHT, {100, 100, 500, 350}},
+      {"top", WMSZ_TOP, {100, -50, 500, 200}},
+      {"bottom", WMSZ_BOTTOM, {100, 100, 500, 350}},
+      {"top left", WMSZ_TOPLEFT, {-100, -50, 300, 200}},
+      {"top right", WMSZ_TOPRIGHT, {100, -50, 500, 200}},
+      {"bottom left", WMSZ_BOTTOMLEFT, {-100, 100, 300, 350}},
+  };
+  for (const Case& named : cases) {
+    RECT rect{100, 100, 300, 200};
+    enlarge_dragged_rect(rect, named.edge, {400, 250});
+    EXPECT_TRUE(EqualRect(&rect, &named.expected)) << named.name;
+    const RECT large = rect;
+    enlarge_dragged_rect(rect, named.edge, {10, 10});
+    EXPECT_TRUE(EqualRect(&rect, &large)) << named.name << ", large enough";
+  }
+}
+
+TEST(Win32Face, TheWindowRefusesToBeDraggedSmallerThanItsMinimum) {
+  Face face;
+  const Size frame = frame_size(face.window.handle());
+  RECT rect{0, 0, 200, 200};
+  EXPECT_EQ(SendMessageW(face.window.handle(), WM_SIZING, WMSZ_BOTTOMRIGHT, reinterpret_cast<LPARAM>(&rect)),
+            TRUE);
+  EXPECT_EQ(rect.right, face.events.minimum.width + frame.width);
+  EXPECT_EQ(rect.bottom, face.events.minimum.height + frame.height);
+}
+
+}  // namespace
+}  // namespace hvt::test
