@@ -27,8 +27,6 @@ class Writer {
     if (!state_.tx_line_open) return;
     text(kLineBreak, role);
     state_.tx_line_open = false;
-    state_.hex_continues = false;
-    state_.last_labels = false;
   }
 
   void start_line(ColorRole role) {

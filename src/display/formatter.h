@@ -24,7 +24,7 @@ enum class LineKind : std::uint8_t { status = 0, rx = 1, tx = 2 };
 
 // Where the display text stands, kept from one block to the next. A cleared view starts from the default.
 struct DisplayLineState {
-  bool raw_line = false;       // the caller's: hide_crlf is ignored, a continuing RX stream counts as labelled
+  bool raw_line = false;  // the caller's: hide_crlf is ignored, a continuing RX stream counts as labelled
   bool line_has_text = false;  // something was written since the view was cleared
   bool at_line_start = false;  // the last character written was LF
   bool tx_line_open = false;   // a "[TX] " line still waits for its time suffix or reply

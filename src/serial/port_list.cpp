@@ -12,12 +12,14 @@ namespace {
 // Chip families by which engineers know their adapters; what stands before one is the maker's name.
 constexpr std::array<std::wstring_view, 3> kKnownChips{L"CP210", L"CH340", L"CH341"};
 
-bool is_digit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+bool is_digit(wchar_t c) {
+  return c >= L'0' && c <= L'9';
+}
 
 // White-space and control characters of Unicode, the line and paragraph separators among them.
 bool is_blank(wchar_t c) {
-  return c <= 0x20 || (c >= 0x7F && c <= 0xA0) || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x2028 ||
-         c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
+  return c <= 0x20 || (c >= 0x7F && c <= 0xA0) || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) ||
+         c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
 }
 
 // Every run of blanks becomes one space, with none at the start or end.
@@ -46,7 +48,9 @@ auto sort_key(std::wstring_view name) {
 
 }  // namespace
 
-std::vector<PortDescription> list_system_ports() { return describe_ports(enumerate_ports()); }
+std::vector<PortDescription> list_system_ports() {
+  return describe_ports(enumerate_ports());
+}
 
 std::wstring port_label(const PortDescription& port) {
   return port.description.empty() ? port.port : port.port + L" - " + port.description;

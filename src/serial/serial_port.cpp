@@ -3,6 +3,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/detached_thread.h"
 #include "serial/driver_call.h"
 #include "serial/port_list.h"
 #include "serial/serial_port_state.h"
@@ -93,8 +94,12 @@ bool SerialPort::connect(const SerialSettings& settings, int timeout_ms, Connect
     state_->attempt = attempt;
   }
   try {
-    std::thread(Workers::open, state_, attempt, std::move(lease), settings).detach();
-    std::thread(Workers::connection, state_, attempt, std::move(callback), generation, timeout_ms).detach();
+    start_detached([state = state_, attempt, lease = std::move(lease), settings]() mutable {
+      Workers::open(std::move(state), std::move(attempt), std::move(lease), settings);
+    });
+    start_detached([state = state_, attempt, callback = std::move(callback), generation, timeout_ms]() mutable {
+      Workers::connection(std::move(state), std::move(attempt), std::move(callback), generation, timeout_ms);
+    });
   } catch (const std::system_error&) {  // no thread to be had: as if nothing had been started
     attempt->cancel();
     const std::lock_guard lock(state_->state_mutex);

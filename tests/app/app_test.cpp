@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <latch>
 #include <memory>
 #include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/support/latch.h"
 #include "tests/support/recording_window.h"
 #include "tests/support/scripted_transport.h"
 
@@ -125,7 +125,7 @@ TEST(App, SaysWhyAConnectFailed) {
 }
 
 TEST(App, ATimeOutIsToldInSecondsAndThePortIsHeldUntilTheDriverReturns) {
-  std::latch let_go(1);
+  test::Latch let_go(1);
   Program program([&](const auto&, auto&) -> std::shared_ptr<SerialTransport> {
     let_go.wait();
     return nullptr;

@@ -21,7 +21,9 @@ namespace {
 
 using namespace std::string_view_literals;
 
-Bytes bytes_of(std::string_view text) { return {text.begin(), text.end()}; }
+Bytes bytes_of(std::string_view text) {
+  return {text.begin(), text.end()};
+}
 
 // A receive view's text as it is built, one call per event.
 struct View {
@@ -60,7 +62,8 @@ std::string marked(const DisplayBatch& batch) {
 
 std::wstring text_of(const DisplayBatch& batch) {
   std::wstring text;
-  for (const DisplayRun& run : batch.runs) text += run.text;
+  for (const DisplayRun& run : batch.runs)
+    text += run.text;
   return text;
 }
 
@@ -90,24 +93,29 @@ void expect_all(std::span<const Case> cases) {
 
 TEST(Formatter, shows_received_data) {
   const Case kCases[] = {
-      {"special bytes", kPlain, [](View& v) { v.rx("\x7F\xFF\0"sv); },
-       "{n}<DEL><0xFF><NUL>"},
+      {"special bytes", kPlain, [](View& v) { v.rx("\x7F\xFF\0"sv); }, "{n}<DEL><0xFF><NUL>"},
       {"line ends are control", kPlain, [](View& v) { v.rx("A\r\nB"); }, "{n}A{c}<CR><LF>{n}B"},
       {"broken", kBreak, [](View& v) { v.rx("A\r\nB"); }, "{n}A{c}<CR><LF>/{n}B"},
       {"broken and hidden", kBreakHide, [](View& v) { v.rx("A\r\nB"); }, "{n}A/B"},
       {"CR alone never breaks", kBreak, [](View& v) { v.rx("A\rB"); }, "{n}A{c}<CR>{n}B"},
       {"typed out tokens are payload", kLabels, [](View& v) { v.rx("<CR>\r"); }, "{h}[RX] {r}<CR>{c}<CR>"},
       {"one label for a stream", kLabels, [](View& v) { v.rx("AB"), v.rx("CD"); }, "{h}[RX] {r}ABCD"},
-      {"Hex shows line ends", {.hex = true, .line_break = true}, [](View& v) { v.rx("\r\n"), v.rx("A"); },
+      {"Hex shows line ends",
+       {.hex = true, .line_break = true},
+       [](View& v) { v.rx("\r\n"), v.rx("A"); },
        "{n}0D 0A 41"},
       {"Hex joined by a space", kHexLabels, [](View& v) { v.rx("\1"), v.rx("\n"); }, "{h}[RX] {r}01 0A"},
       {"labels turned on in a line", kPlain, [](View& v) { v.rx("A"), v.options.labels = true, v.rx("B"); },
        "{n}A/{h}[RX] {r}B"},
-      {"labels turned off in a line", kLabels, [](View& v) { v.rx("A"), v.options.labels = false, v.rx("B"); },
-       "{h}[RX] {r}A{n}B"},
-      {"hidden bytes leave the line open", {.hide_crlf = true},
-       [](View& v) { v.rx("A"), v.rx("\r"), v.standalone(L"-"); }, "{n}A/-/"},
-      {"raw line shows hidden bytes", {.hide_crlf = true}, [](View& v) { v.line.raw_line = true, v.rx("A\r"); },
+      {"labels turned off in a line", kLabels,
+       [](View& v) { v.rx("A"), v.options.labels = false, v.rx("B"); }, "{h}[RX] {r}A{n}B"},
+      {"hidden bytes leave the line open",
+       {.hide_crlf = true},
+       [](View& v) { v.rx("A"), v.rx("\r"), v.standalone(L"-"); },
+       "{n}A/-/"},
+      {"raw line shows hidden bytes",
+       {.hide_crlf = true},
+       [](View& v) { v.line.raw_line = true, v.rx("A\r"); },
        "{n}A{c}<CR>"},
       {"own label, labels off", kPlain, [](View& v) { v.rx_as("A", L"[LATE]"); }, "{n}A"},
       {"own label on a raw line", kPlain,
@@ -125,8 +133,10 @@ TEST(Formatter, shows_sent_packets_and_what_became_of_them) {
        "{h}[TX] {t}M{c}<CR><LF>{h} [1.2 ms]/[RX] {r}OK{c}<CR><LF>/{h}[TX] {t}N"},
       {"only the last break is removed", kBreakLabels, [](View& v) { v.tx("A\nB\n"), v.elapsed(2); },
        "{h}[TX] {t}A{c}<LF>/{t}B{c}<LF>{h} [2.0 ms]"},
-      {"hidden line ends", {.line_break = true, .hide_crlf = true, .labels = true},
-       [](View& v) { v.tx("A\r\nB\r\n"), v.timeout(); }, "{h}[TX] {t}A/B{o} [TIMEOUT]"},
+      {"hidden line ends",
+       {.line_break = true, .hide_crlf = true, .labels = true},
+       [](View& v) { v.tx("A\r\nB\r\n"), v.timeout(); },
+       "{h}[TX] {t}A/B{o} [TIMEOUT]"},
       {"Hex packet", kHexLabels, [](View& v) { v.rx("\1"), v.tx("A\n"), v.rx("\2"), v.rx("\3"); },
        "{h}[RX] {r}01/{h}[TX] {t}41 0A/{h}[RX] {r}02 03"},
       {"token lookalike", kLabels, [](View& v) { v.tx("<CR>[RX]"); }, "{h}[TX] {t}<CR>[RX]"},
@@ -136,7 +146,9 @@ TEST(Formatter, shows_sent_packets_and_what_became_of_them) {
        "{h}[TX] {t}MANUAL{o} [TIMEOUT]{l} [LATE]/{h}[RX] {r}LATE"},
       {"no answer", kLabels, [](View& v) { v.tx("A"), v.timeout(), v.tx("B"), v.timeout(); },
        "{h}[TX] {t}A{o} [TIMEOUT]/{h}[TX] {t}B{o} [TIMEOUT]"},
-      {"timing off", {.labels = true, .timing = false}, [](View& v) { v.tx("A"), v.elapsed(1), v.timeout(); },
+      {"timing off",
+       {.labels = true, .timing = false},
+       [](View& v) { v.tx("A"), v.elapsed(1), v.timeout(); },
        "{h}[TX] {t}A{o} [TIMEOUT]"},
       {"labels turned off behind a packet", kLabels,
        [](View& v) { v.tx("A"), v.options.labels = false, v.rx("B"); }, "{h}[TX] {t}A/{n}B"},
@@ -251,7 +263,8 @@ TEST(Formatter, an_empty_hex_chunk_changes_nothing) {
 
 TEST(Formatter, control_is_what_came_from_cr_and_lf_only) {
   std::string stream;
-  for (int byte = 0; byte < 256; ++byte) stream += static_cast<char>(byte);
+  for (int byte = 0; byte < 256; ++byte)
+    stream += static_cast<char>(byte);
   View view;
   view.rx(stream);
   std::wstring control;
@@ -286,11 +299,13 @@ TEST(ElapsedText, has_one_decimal_and_a_full_stop_in_every_locale) {
     const wchar_t* text;
   };
   constexpr LengthCase kCases[] = {
-      {0.0, L"[0.0 ms]"},         {0.04, L"[0.0 ms]"},           {0.06, L"[0.1 ms]"},
-      {1.2, L"[1.2 ms]"},         {99.96, L"[100.0 ms]"},        {1234.5, L"[1234.5 ms]"},
+      {0.0, L"[0.0 ms]"},         {0.04, L"[0.0 ms]"},
+      {0.06, L"[0.1 ms]"},        {1.2, L"[1.2 ms]"},
+      {99.96, L"[100.0 ms]"},     {1234.5, L"[1234.5 ms]"},
       {1e8, L"[100000000.0 ms]"}, {9.9e12, L"[9900000000000.0 ms]"},
   };
-  for (const LengthCase& one : kCases) EXPECT_EQ(elapsed_text(Milliseconds(one.ms)), one.text);
+  for (const LengthCase& one : kCases)
+    EXPECT_EQ(elapsed_text(Milliseconds(one.ms)), one.text);
   std::locale::global(before);
 }
 
@@ -301,7 +316,8 @@ TEST(Palette, an_unknown_role_is_normal_text_and_only_the_light_header_is_the_sy
     for (const int unknown : {7, 8, 255})
       EXPECT_EQ(role_color(static_cast<ColorRole>(unknown), appearance, kGray), normal);
     for (unsigned role = 0; role < kColorRoleCount; ++role) {
-      const bool systems = static_cast<ColorRole>(role) == ColorRole::header && appearance == Appearance::light;
+      const bool systems =
+          static_cast<ColorRole>(role) == ColorRole::header && appearance == Appearance::light;
       EXPECT_EQ(role_color(static_cast<ColorRole>(role), appearance, kGray) == kGray, systems) << role;
     }
   }

@@ -14,10 +14,12 @@ namespace {
 
 using Names = std::vector<std::wstring>;
 
-std::string shown(const std::wstring& text) { return utf16_to_utf8(text); }
+std::string shown(const std::wstring& text) {
+  return utf16_to_utf8(text);
+}
 
 TEST(PortList, SortsByLettersThenByNumberAndDropsDuplicates) {
-  const Names sorted{L"COM1", L"COM2",   L"COM10",   L"rfcomm0",  L"ttyACM0",
+  const Names sorted{L"COM1",  L"COM2",   L"COM10",   L"rfcomm0",  L"ttyACM0",
                      L"ttyS4", L"ttyUSB", L"ttyUSB2", L"ttyUSB10", L"ttyUSB10b"};
   Names ports = sorted;
   ports.insert(ports.end(), {L"COM2", L"ttyUSB10"});
@@ -51,7 +53,10 @@ TEST(PortList, DescriptionsSayWhatTheNameDoesNot) {
       {L"COM3", L"  Two\t \x01 words\x7F\x85 (com3)  ", L"Two words"},
       {L"COM3", L"Other (COM13)", L"Other (COM13)"},
       {L"COM3", L"Named (COM3) twice", L"Named (COM3) twice"},
-      {L"COM3", L"Kept\x3000\x2028" L"apart", L"Kept apart"},
+      {L"COM3",
+       L"Kept\x3000\x2028"
+       L"apart",
+       L"Kept apart"},
       {L"COM5", L"Standard Serial over Bluetooth link (COM5)", L"Bluetooth Serial"},
       {L"COM5", L"CP210x BLUEtooth", L"Bluetooth Serial"},
       {L"COM11", L"USB-SERIAL CH340 (COM11)", L"CH340"},

@@ -8,7 +8,6 @@
 
 #include <condition_variable>
 #include <functional>
-#include <latch>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -17,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/latch.h"
 #include "tests/support/scripted_transport.h"
 
 namespace hvt {
@@ -138,8 +138,8 @@ TEST(SerialPort, RefusesInvalidRequestsWithoutStartingAnything) {
 }
 
 TEST(SerialPort, AnOpenPastItsTimeOutIsAbandonedAndKeepsOnlyItsOwnPortReserved) {
-  std::latch let_go(1);
-  std::latch destroyed(1);
+  test::Latch let_go(1);
+  test::Latch destroyed(1);
   auto late = std::make_shared<ScriptedTransport>([&] { destroyed.count_down(); });
   std::weak_ptr<ScriptedTransport> watched = late;
   Recorded recorded([&](const SerialSettings& settings, auto&) -> std::shared_ptr<SerialTransport> {
@@ -162,9 +162,9 @@ TEST(SerialPort, AnOpenPastItsTimeOutIsAbandonedAndKeepsOnlyItsOwnPortReserved) 
 }
 
 TEST(SerialPort, ADisconnectDuringTheOpenIsTheLastWord) {
-  std::latch inside(1);
-  std::latch let_go(1);
-  std::latch destroyed(1);
+  test::Latch inside(1);
+  test::Latch let_go(1);
+  test::Latch destroyed(1);
   Recorded recorded([&](const auto&, auto&) {
     inside.count_down();
     let_go.wait();
@@ -274,7 +274,7 @@ TEST(SerialPort, WritesBesideABlockedReadAndReportsFailures) {
 }
 
 TEST(SerialPort, ReceivesAndDisconnectsWhileAWriteIsBlocked) {
-  std::latch destroyed(1);
+  test::Latch destroyed(1);
   auto device = std::make_shared<ScriptedTransport>([&] { destroyed.count_down(); });
   auto recorded = connected(device);
   device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
@@ -347,7 +347,7 @@ TEST(SerialPort, ADriverThatIgnoresTheCancellingDoesNotHoldUpDisconnect) {
   // Reads for as long as it likes, whatever cancel() says.
   class Stubborn final : public SerialTransport {
    public:
-    Stubborn(std::latch& inside, std::latch& let_go) : inside_(inside), let_go_(let_go) {}
+    Stubborn(test::Latch& inside, test::Latch& let_go) : inside_(inside), let_go_(let_go) {}
     bool read(Bytes&, std::wstring&) override {
       inside_.count_down();
       let_go_.wait();
@@ -358,11 +358,11 @@ TEST(SerialPort, ADriverThatIgnoresTheCancellingDoesNotHoldUpDisconnect) {
     bool discard_input(std::wstring&) override { return true; }
 
    private:
-    std::latch& inside_;
-    std::latch& let_go_;
+    test::Latch& inside_;
+    test::Latch& let_go_;
   };
-  std::latch inside(1);
-  std::latch let_go(1);
+  test::Latch inside(1);
+  test::Latch let_go(1);
   auto stubborn = std::make_shared<Stubborn>(inside, let_go);
   Recorded recorded([&](const auto&, auto&) -> std::shared_ptr<SerialTransport> {
     if (stubborn) return std::exchange(stubborn, nullptr);

@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <latch>
 #include <mutex>
 #include <thread>
 
 #include "serial/echo_transport.h"
 #include "serial/transport_limits.h"
+#include "tests/support/latch.h"
 #include "tests/support/scripted_transport.h"
 #include "tests/support/transport_rig.h"
 
@@ -75,7 +75,8 @@ class ScriptedRig final : public TransportRig {
 
 Bytes numbered(std::size_t count, std::size_t first = 0) {
   Bytes bytes(count);
-  for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<std::uint8_t>((first + i) * 31 >> 3);
+  for (std::size_t i = 0; i < count; ++i)
+    bytes[i] = static_cast<std::uint8_t>((first + i) * 31 >> 3);
   return bytes;
 }
 
@@ -139,7 +140,8 @@ TEST_P(TransportContract, DeliversWhatTheDeviceSendsOnceAndInOrder) {
     sent.insert(sent.end(), chunks.back().begin(), chunks.back().end());
   }
   std::thread device([&] {
-    for (const Bytes& chunk : chunks) rig_->device_sends(chunk);
+    for (const Bytes& chunk : chunks)
+      rig_->device_sends(chunk);
   });
   const Bytes received = read_current(transport(), sent.size());
   device.join();
@@ -149,7 +151,8 @@ TEST_P(TransportContract, DeliversWhatTheDeviceSendsOnceAndInOrder) {
 TEST_P(TransportContract, CarriesEveryByteValueBothWays) {
   HVT_ONLY_WITH(device_end);
   Bytes every(256);
-  for (std::size_t i = 0; i < every.size(); ++i) every[i] = static_cast<std::uint8_t>(i);
+  for (std::size_t i = 0; i < every.size(); ++i)
+    every[i] = static_cast<std::uint8_t>(i);
   std::wstring error;
   ASSERT_TRUE(transport().write(every, error));
   EXPECT_EQ(rig_->device_receives(every.size()), every);
@@ -209,7 +212,7 @@ TEST_P(TransportContract, TheWriteDeadlineCoversTheWholeCallHoweverManyPiecesItT
     };
     const auto deadline = Clock::now() + kPatience;
     while (!is_done() && Clock::now() < deadline) {
-      rig_->device_receives(1);
+      rig_->device_receives(2048);
       std::this_thread::sleep_for(20ms);
     }
   });
@@ -245,7 +248,7 @@ TEST_P(TransportContract, ACancelBeforehandFailsReadsSilentlyAndWritesWithAReaso
 TEST_P(TransportContract, ACancelEndsABlockedRead) {
   for (int round = 0; round < 50; ++round) {
     const auto rig = GetParam().make();
-    std::latch about_to_read(1);
+    Latch about_to_read(1);
     Outcome outcome;
     std::thread reader([&] {
       about_to_read.count_down();
@@ -267,7 +270,7 @@ TEST_P(TransportContract, ACancelEndsABlockedWriteWithoutWaitingForItsDeadline) 
     const auto rig = GetParam().make();
     rig->device_stalls();
     const Bytes data(kMoreThanTheLineHolds);
-    std::latch about_to_write(1);
+    Latch about_to_write(1);
     Outcome outcome;
     std::thread writer([&] {
       about_to_write.count_down();
@@ -298,7 +301,8 @@ TEST_P(TransportContract, ADiscardAfterBytesWereTakenMarksTheirReadAsOvertaken) 
   Bytes buffer;
   std::wstring error;
   rig_->device_sends(numbered(10));
-  while (buffer.empty()) ASSERT_TRUE(transport().read(buffer, error));
+  while (buffer.empty())
+    ASSERT_TRUE(transport().read(buffer, error));
   EXPECT_TRUE(transport().read_is_current());
   ASSERT_TRUE(transport().discard_input(error));
   EXPECT_FALSE(transport().read_is_current());
@@ -310,7 +314,7 @@ TEST_P(TransportContract, ADiscardAfterBytesWereTakenMarksTheirReadAsOvertaken) 
 TEST_P(TransportContract, ADiscardDuringAReadLosesNothingThatComesAfterIt) {
   HVT_ONLY_WITH(discard);
   for (std::size_t round = 0; round < 50; ++round) {
-    std::latch about_to_read(1);
+    Latch about_to_read(1);
     Bytes received;
     std::thread reader([&] {
       about_to_read.count_down();
@@ -325,9 +329,39 @@ TEST_P(TransportContract, ADiscardDuringAReadLosesNothingThatComesAfterIt) {
   }
 }
 
+// A read that collects its bytes in several steps may be overtaken between two of them.
+TEST_P(TransportContract, NoReadMixesBytesFromBeforeADiscardWithBytesFromAfterIt) {
+  HVT_ONLY_WITH(discard);
+  const Bytes before(8192, 'A');
+  const Bytes after(8192, 'B');
+  for (int round = 0; round < 100; ++round) {
+    Latch reading(1);
+    std::size_t mixed = 0;
+    std::ptrdiff_t fresh = 0;
+    std::thread reader([&] {
+      Bytes buffer;
+      std::wstring error;
+      reading.count_down();
+      while (fresh < std::ssize(after) && transport().read(buffer, error)) {
+        if (!transport().read_is_current()) continue;
+        const auto news = std::count(buffer.begin(), buffer.end(), 'B');
+        mixed += news != 0 && news != std::ssize(buffer) ? 1 : 0;
+        fresh += news;
+      }
+    });
+    reading.wait();
+    std::wstring error;
+    rig_->device_sends(before);
+    EXPECT_TRUE(transport().discard_input(error));
+    rig_->device_sends(after);
+    reader.join();
+    ASSERT_EQ(mixed, 0U) << "round " << round;
+  }
+}
+
 TEST_P(TransportContract, AnUnpluggedDeviceEndsTheReaderWithAReason) {
   HVT_ONLY_WITH(unplug);
-  std::latch about_to_read(1);
+  Latch about_to_read(1);
   Outcome outcome;
   std::thread reader([&] {
     about_to_read.count_down();
@@ -355,7 +389,7 @@ TEST_P(TransportContract, AnUnplugEndsABlockedWrite) {
   if (!traits().unplug || !traits().write_blocks) GTEST_SKIP() << "this transport cannot show it";
   rig_->device_stalls();
   const Bytes data(kMoreThanTheLineHolds);
-  std::latch about_to_write(1);
+  Latch about_to_write(1);
   Outcome outcome;
   std::thread writer([&] {
     about_to_write.count_down();
@@ -388,7 +422,7 @@ TEST_P(TransportContract, ReadsWritesAndPollsAtTheSameTime) {
   Bytes at_device;
   Bytes at_host;
   bool writes_ok = true;
-  std::latch finished(3);
+  Latch finished(3);
   std::thread device([&] {
     for (std::size_t i = 0; i < kRounds; ++i) {
       const Bytes got = rig_->device_receives(kPacket);
@@ -411,10 +445,12 @@ TEST_P(TransportContract, ReadsWritesAndPollsAtTheSameTime) {
   std::thread poller([&] {
     CommErrorSnapshot errors;
     std::wstring error;
-    while (!finished.try_wait()) transport().query_errors(errors, error);
+    while (!finished.try_wait())
+      transport().query_errors(errors, error);
     transport().cancel();
   });
-  for (std::thread* thread : {&device, &reader, &writer, &poller}) thread->join();
+  for (std::thread* thread : {&device, &reader, &writer, &poller})
+    thread->join();
   EXPECT_TRUE(writes_ok);
   EXPECT_TRUE(at_device == to_device) << at_device.size();
   EXPECT_TRUE(at_host == to_host) << at_host.size();
@@ -447,7 +483,8 @@ TEST(EchoTransport, RehearsedFaultsAndTheEndUseItsOwnTexts) {
 TEST(EchoTransport, EachWriteComesBackAsOneRead) {
   EchoTransport echo;
   std::wstring error;
-  for (const std::size_t size : {3U, 100'000U, 1U}) ASSERT_TRUE(echo.write(numbered(size), error));
+  for (const std::size_t size : {3U, 100'000U, 1U})
+    ASSERT_TRUE(echo.write(numbered(size), error));
   for (const std::size_t size : {3U, 100'000U, 1U}) {
     Bytes buffer;
     ASSERT_TRUE(echo.read(buffer, error));
@@ -464,7 +501,8 @@ std::vector<RigKind> rig_kinds() {
        {.write_blocks = true, .unplug = true, .discard = true, .overtakes = true, .device_end = true},
        [] { return std::make_unique<ScriptedRig>(); }},
   };
-  for (RigKind& kind : system_rig_kinds()) kinds.push_back(std::move(kind));
+  for (RigKind& kind : system_rig_kinds())
+    kinds.push_back(std::move(kind));
   return kinds;
 }
 

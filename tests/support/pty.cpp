@@ -32,7 +32,9 @@ Pty::Pty() : master_(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
   ::tcsetattr(master_, TCSANOW, &line);
 }
 
-Pty::~Pty() { unplug(); }
+Pty::~Pty() {
+  unplug();
+}
 
 std::size_t Pty::send(std::span<const std::uint8_t> bytes) {
   std::size_t sent = 0;

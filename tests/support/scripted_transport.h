@@ -92,10 +92,18 @@ class ScriptedTransport final : public SerialTransport {
     return wait([&] { return steps_.empty() && !held_; });
   }
 
-  std::vector<Bytes> writes() const { return look([&] { return writes_; }); }
-  std::size_t discards() const { return look([&] { return discards_; }); }
-  std::size_t polls() const { return look([&] { return poll_count_; }); }
-  bool cancelled() const { return look([&] { return cancelled_; }); }
+  std::vector<Bytes> writes() const {
+    return look([&] { return writes_; });
+  }
+  std::size_t discards() const {
+    return look([&] { return discards_; });
+  }
+  std::size_t polls() const {
+    return look([&] { return poll_count_; });
+  }
+  bool cancelled() const {
+    return look([&] { return cancelled_; });
+  }
 
   bool read(Bytes& buffer, std::wstring& error) override {
     std::unique_lock lock(mutex_);
@@ -151,7 +159,9 @@ class ScriptedTransport final : public SerialTransport {
     return true;
   }
 
-  bool read_is_current() override { return look([&] { return read_generation_ == discards_; }); }
+  bool read_is_current() override {
+    return look([&] { return read_generation_ == discards_; });
+  }
 
   bool query_errors(CommErrorSnapshot& out, std::wstring& error) override {
     const std::lock_guard lock(mutex_);

@@ -52,7 +52,9 @@ struct RigKind {
 };
 
 // How a failing contract names the kind it failed for.
-inline void PrintTo(const RigKind& kind, std::ostream* out) { *out << kind.name; }
+inline void PrintTo(const RigKind& kind, std::ostream* out) {
+  *out << kind.name;
+}
 
 // The kinds of this system: the portable ones and those of tests/serial/posix or tests/serial/win32.
 std::vector<RigKind> rig_kinds();

@@ -16,7 +16,9 @@ namespace {
 using namespace std::chrono_literals;
 using Arguments = std::vector<std::string_view>;
 
-Bytes bytes(std::string_view text) { return {text.begin(), text.end()}; }
+Bytes bytes(std::string_view text) {
+  return {text.begin(), text.end()};
+}
 
 std::string failure(const Arguments& arguments) {
   try {
@@ -56,9 +58,27 @@ TEST(Script, PausesCutTheBytesIntoPieces) {
 }
 
 TEST(Options, EverythingCanBeCombined) {
-  const Options options = parse_options(Arguments{
-      "--echo", "--on", "AT\\r", "20", "OK<5ms>\\r\\n", "--every", "100", "tick", "--flood", "2k", "--binary",
-      "--count", "3", "--bytes", "5000", "--stall-after", "7", "--vanish-after", "10", "--return-after", "20"});
+  const Options options = parse_options(Arguments{"--echo",
+                                                  "--on",
+                                                  "AT\\r",
+                                                  "20",
+                                                  "OK<5ms>\\r\\n",
+                                                  "--every",
+                                                  "100",
+                                                  "tick",
+                                                  "--flood",
+                                                  "2k",
+                                                  "--binary",
+                                                  "--count",
+                                                  "3",
+                                                  "--bytes",
+                                                  "5000",
+                                                  "--stall-after",
+                                                  "7",
+                                                  "--vanish-after",
+                                                  "10",
+                                                  "--return-after",
+                                                  "20"});
   EXPECT_TRUE(options.echo);
   ASSERT_EQ(options.replies.size(), 1U);
   EXPECT_EQ(options.replies[0].request, bytes("AT\r"));
@@ -85,7 +105,8 @@ TEST(Options, AMistakeNamesItsOption) {
       {{"--bytes", "5"}, "--count and --bytes say how long a --flood lasts."},
       {{"--silent", "--echo"}, "--silent: Another option lets the device talk."},
   };
-  for (const auto& [arguments, text] : cases) EXPECT_EQ(failure(arguments), text);
+  for (const auto& [arguments, text] : cases)
+    EXPECT_EQ(failure(arguments), text);
 }
 
 TEST(Command, LinesBecomeCommandsOrAnError) {

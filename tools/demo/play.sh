@@ -40,7 +40,11 @@ for _ in $(seq 100); do [ -s "$out/device.txt" ] && break; sleep 0.05; done
 
 # The program.
 if [ -n "$windows" ]; then
+  # COM9 is the device, and the only port listed: COM1 is this machine's own console.
   ln -sfn "$(grep -oE '/dev/pts/[0-9]+' "$out/device.txt" | head -1)" "$WINEPREFIX/dosdevices/com9"
+  serialcomm='HKLM\HARDWARE\DEVICEMAP\SERIALCOMM'
+  tools/wine/run.sh reg delete "$serialcomm" /va /f >/dev/null 2>&1 || true
+  tools/wine/run.sh reg add "$serialcomm" /v '\Device\Serial9' /d COM9 /f >/dev/null 2>&1
   tools/wine/run.sh "$windows/src/app/HalvetricSerialTest.exe" >/dev/null 2>&1 &
 else
   "$build/src/app/HalvetricSerialTest" &
@@ -67,7 +71,7 @@ click() {
 }
 shot() {
   sleep "${2:-0.4}"
-  import -window root "$out/$1.png"
+  import -window "$window" "$out/$1.png"
   echo "  $1.png" >>"$out/summary.txt"
 }
 echo "Screenshots:" >"$out/summary.txt"
@@ -75,9 +79,6 @@ echo "Screenshots:" >"$out/summary.txt"
 xdotool windowfocus "$window" 2>/dev/null || true
 map_controls folded
 shot 1-ready
-if [ -n "$windows" ]; then
-  xdotool key --delay 50 Home End   # the selector has the focus: COM9 is the last port of the prefix
-fi
 click connect
 shot 2-connected
 click line_break

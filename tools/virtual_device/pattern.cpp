@@ -40,11 +40,18 @@ void write_text(std::uint64_t number, std::span<std::uint8_t> record) {
   *out = '\n';
 }
 
+// Each odd factor, sum and mask makes another order of all byte values; the whole number chooses them, so
+// that a changed number does not fit the bytes behind it.
 void write_binary(std::uint64_t number, std::span<std::uint8_t> record) {
   for (std::size_t i = 0; i < 8; ++i)
     record[i] = static_cast<std::uint8_t>(number >> (56 - 8 * i));
-  for (std::size_t i = 0; i < 256; ++i)
-    record[8 + i] = static_cast<std::uint8_t>(number + i);
+  const std::uint64_t order = mix(number);
+  const auto factor = static_cast<std::uint32_t>(order & 0xFF) | 1;
+  const auto sum = static_cast<std::uint32_t>(order >> 8 & 0xFF);
+  const auto mask = static_cast<std::uint32_t>(order >> 16 & 0xFF);
+  std::uint32_t value = sum;
+  for (std::size_t i = 0; i < 256; ++i, value += factor)
+    record[8 + i] = static_cast<std::uint8_t>(value ^ mask);
 }
 
 // The number that a record claims to have; whether it is that record is another question.

@@ -11,8 +11,8 @@ namespace hvt::device {
 
 // An endless stream of numbered records from which a receiver can prove that nothing was lost, doubled,
 // reordered or changed. Text: "SEQ 0000000123 " and 47 characters that follow from the number, CR LF.
-// Binary: the number in 8 bytes, most significant first, and every byte value once, beginning with the
-// number's lowest byte.
+// Binary: the number in 8 bytes, most significant first, and every byte value once, in an order that follows
+// from the number.
 enum class PatternKind { kText, kBinary };
 
 inline constexpr std::size_t kTextRecordBytes = 64;
@@ -31,7 +31,7 @@ struct PatternFault {
   enum class Kind {
     kLost,      // bytes are missing
     kRepeated,  // bytes came twice, too late or in addition
-    kChanged,   // as many bytes as should be, but others
+    kChanged,   // as many bytes as should be, but others, or too few bytes behind the fault to tell
   };
   Kind kind = Kind::kChanged;
   std::uint64_t position = 0;  // of the first wrong byte in the stream

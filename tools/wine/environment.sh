@@ -20,9 +20,10 @@ quiet_wine() {
   timeout "$seconds" "$WINE" "$@" </dev/null >/dev/null 2>&1
 }
 
-# server_is_alive PREFIX: true while the server recorded for the prefix runs.
+# server_is_alive PREFIX: true while the server recorded for the prefix runs (and its number is not reused).
 server_is_alive() {
   local pid
   pid=$(cat "$1/server.pid" 2>/dev/null) || return 1
-  [[ -n $pid ]] && tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null | grep -q wineserver
+  [[ -n $pid ]] && grep -qz "^WINEPREFIX=$1\$" "/proc/$pid/environ" 2>/dev/null &&
+    grep -qz wineserver "/proc/$pid/cmdline" 2>/dev/null
 }

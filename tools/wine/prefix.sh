@@ -21,7 +21,7 @@ if [[ ! -e $WINEPREFIX/.ready ]]; then
 fi
 
 if ! server_is_alive "$WINEPREFIX"; then
-  # -f: never a session leader, so that a closing pseudo-terminal cannot hang up the server; -p: stays without clients.
+  # -f: never a session leader, so that a closing pseudo-terminal cannot hang up the server; -p: stays for good.
   # A process group of its own (set -m): who ends the caller's group does not take the server with it.
   set -m
   wineserver -f -p </dev/null >/dev/null 2>&1 9>&- &
@@ -30,6 +30,6 @@ if ! server_is_alive "$WINEPREFIX"; then
   # The first client starts the services, here with nothing of ours to hold open.
   quiet_wine 60 wineboot 9>&-
   server_is_alive "$WINEPREFIX" || { echo "prefix.sh: the server of $WINEPREFIX does not run" >&2; exit 1; }
-  # Wine maps the machine's UARTs, often its console, to COM1 and up. They stay listed, but no test can open them.
+  # Wine maps the machine's UARTs, often its console, to COM1 and up. They stay listed, but cannot be opened.
   find "$WINEPREFIX/dosdevices" -lname '/dev/ttyS*' -delete
 fi

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """with_ptys.py PROGRAM.exe ARGUMENTS...: runs a Windows program with pseudo-terminals for COM ports.
 
-A client opens two TCP connections to 127.0.0.1:$HVT_PTY_BRIDGE in a row. They make one pseudo-terminal, linked into
-the prefix under a COM name that no driver has. The first connection gets that name ("COM201") and a line feed, and
-is from then on the device at the far end; closing it unplugs the device. What it does not take stays in the line, so
-a client that stops reading is a stalled device. The second one repeats what the device sent, once it is on the
-line. The exit code is the program's.
+A client opens two TCP connections to 127.0.0.1:$HVT_PTY_BRIDGE in a row. They make one pseudo-terminal,
+linked into the prefix under a COM name that no driver has. The first connection gets that name ("COM201")
+and a line feed, and is from then on the device at the far end; closing it unplugs the device. What it does
+not take stays in the line, so a client that stops reading is a stalled device. The second one repeats what
+the device sent, once it is on the line. The exit code is the program's.
 """
 
 import os

@@ -38,9 +38,13 @@ Target find_target(const std::wstring& port) {
   return {path, shown == port ? shown : port + L" (" + shown + L")"};
 }
 
-std::wstring busy_text(const Target& target) { return target.name + L" is in use by another program."; }
+std::wstring busy_text(const Target& target) {
+  return target.name + L" is in use by another program.";
+}
 
-std::wstring not_serial_text(const Target& target) { return target.name + L" is not a serial device."; }
+std::wstring not_serial_text(const Target& target) {
+  return target.name + L" is not a serial device.";
+}
 
 std::wstring refused_text(const Target& target, int code) {
   return target.name + L" refused the line settings: " + errno_text(code);

@@ -51,7 +51,9 @@ bool has_hardware(const fs::path& sysfs, const std::string& name) {
   return attribute(sysfs / name / "type") != L"0";
 }
 
-std::wstring first_word(const std::wstring& text) { return text.substr(0, text.find(L' ')); }
+std::wstring first_word(const std::wstring& text) {
+  return text.substr(0, text.find(L' '));
+}
 
 // Many products begin with their maker's name; nobody wants to read it twice.
 std::wstring join(const std::wstring& maker, const std::wstring& product) {
@@ -120,7 +122,8 @@ std::vector<FoundPort> find_ports(const PortFolders& folders) {
   add_hardware(folders, found);
   add_virtual(folders, found);
   std::vector<std::wstring> names;
-  for (const FoundPort& port : found) names.push_back(port.name);
+  for (const FoundPort& port : found)
+    names.push_back(port.name);
   sort_ports(names);
   std::vector<FoundPort> ports;
   for (const std::wstring& name : names)
@@ -138,11 +141,14 @@ fs::path port_path(std::wstring_view port, const PortFolders& folders) {
   return fs::is_symlink(link, error) ? link : node;
 }
 
-fs::path port_path(std::wstring_view port) { return port_path(port, system_port_folders()); }
+fs::path port_path(std::wstring_view port) {
+  return port_path(port, system_port_folders());
+}
 
 std::vector<std::wstring> enumerate_ports() {
   std::vector<std::wstring> names;
-  for (FoundPort& port : find_ports(system_port_folders())) names.push_back(std::move(port.name));
+  for (FoundPort& port : find_ports(system_port_folders()))
+    names.push_back(std::move(port.name));
   return names;
 }
 

@@ -27,14 +27,15 @@ struct ErrorKind {
   int ErrorCounts::*count;
   std::uint32_t bit;
 };
-constexpr std::array kErrorKinds{ErrorKind{&ErrorCounts::queue_overflows, kCommRxOver},
-                                 ErrorKind{&ErrorCounts::overruns, kCommOverrun},
-                                 ErrorKind{&ErrorCounts::parity, kCommParity},
-                                 ErrorKind{&ErrorCounts::frame, kCommFrame},
-                                 ErrorKind{&ErrorCounts::breaks, kCommBreak}};
+constexpr std::array kErrorKinds{
+    ErrorKind{&ErrorCounts::queue_overflows, kCommRxOver}, ErrorKind{&ErrorCounts::overruns, kCommOverrun},
+    ErrorKind{&ErrorCounts::parity, kCommParity}, ErrorKind{&ErrorCounts::frame, kCommFrame},
+    ErrorKind{&ErrorCounts::breaks, kCommBreak}};
 
 // What the drivers answer after an unplug, besides a read of zero bytes.
-bool means_removed(int code) { return code == EIO || code == ENODEV || code == ENXIO; }
+bool means_removed(int code) {
+  return code == EIO || code == ENODEV || code == ENXIO;
+}
 
 bool fail(std::wstring& error, std::wstring_view text) {
   error = text;
@@ -46,7 +47,9 @@ bool fail_with_code(std::wstring& error, int code) {
   return false;
 }
 
-bool would_block(int code) { return code == EAGAIN || code == EWOULDBLOCK; }
+bool would_block(int code) {
+  return code == EAGAIN || code == EWOULDBLOCK;
+}
 
 // As the kernel wants it, so that a wait never ends before its limit nor asks again in a loop.
 timespec to_timespec(std::chrono::nanoseconds time) {
@@ -175,7 +178,9 @@ bool TtyTransport::discard_input(std::wstring& error) {
   return ::ioctl(device_.get(), TCFLSH, TCIFLUSH) == 0 || fail_with_code(error, errno);
 }
 
-bool TtyTransport::read_is_current() { return read_generation_ == purge_generation_; }
+bool TtyTransport::read_is_current() {
+  return read_generation_ == purge_generation_;
+}
 
 bool TtyTransport::read_error_counts(ErrorCounts& counts) const {
   serial_icounter_struct totals{};

@@ -90,8 +90,10 @@ std::optional<fs::path> find_user_ports_folder() {
 fs::path make_user_ports_folder() {
   const auto folders = own_folders();
   for (const fs::path& folder : folders) {
-    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail("Could not make the folder", folder, errno);
-    if (!is_own_folder(folder)) throw std::runtime_error(folder.string() + " does not belong to this user alone.");
+    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
+      fail("Could not make the folder", folder, errno);
+    if (!is_own_folder(folder))
+      throw std::runtime_error(folder.string() + " does not belong to this user alone.");
   }
   return folders.back();
 }
@@ -139,6 +141,8 @@ void UserPort::show(const fs::path& target) {
     fail("Could not announce the port", link_, errno);
 }
 
-void UserPort::hide() { ::unlink(link_.c_str()); }
+void UserPort::hide() {
+  ::unlink(link_.c_str());
+}
 
 }  // namespace hvt

@@ -89,7 +89,8 @@ TEST(OpenPort, TheNewConnectionSeesNothingFromBeforeIt) {
   ASSERT_NE(transport, nullptr);
   pty.send(Bytes{1, 2, 3});
   Bytes buffer;
-  while (buffer.empty()) ASSERT_TRUE(transport->read(buffer, error));
+  while (buffer.empty())
+    ASSERT_TRUE(transport->read(buffer, error));
   EXPECT_EQ(buffer, (Bytes{1, 2, 3}));
 }
 
@@ -122,7 +123,8 @@ TEST(OpenPort, SaysWhatIsWrongWithAPath) {
       {"no-such-port", "There is no port no-such-port (/dev/no-such-port)."},
       {"../tmp", "../tmp (/dev/../tmp) is not a serial device."},
   };
-  for (const auto& [port, text] : cases) EXPECT_EQ(failure_of(settings_for({port.begin(), port.end()})), text);
+  for (const auto& [port, text] : cases)
+    EXPECT_EQ(failure_of(settings_for({port.begin(), port.end()})), text);
 }
 
 // The superuser may open everything; it lays that down for a moment, for this thread.
@@ -182,9 +184,10 @@ TEST(LineSettings, WhatTheDeviceChangedIsFoundExceptWhatAPseudoTerminalCannotKee
   const auto notice = [&](LineKind kind) {
     return utf16_to_utf8(settings_difference(asked, settings_taken(taken, asked, kind)));
   };
-  EXPECT_EQ(notice(LineKind::kHardware),
-            "The device set 38400 baud instead of 123456, 8 data bits instead of 7, no parity instead of even, "
-            "1 stop bits instead of 2.");
+  EXPECT_EQ(
+      notice(LineKind::kHardware),
+      "The device set 38400 baud instead of 123456, 8 data bits instead of 7, no parity instead of even, "
+      "1 stop bits instead of 2.");
   EXPECT_EQ(notice(LineKind::kPseudoTerminal),
             "The device set 38400 baud instead of 123456, 1 stop bits instead of 2.");
 }
@@ -244,7 +247,8 @@ TEST(TtyTransport, CountsThatGrewOrWrappedBecomeTheirBits) {
       {{INT_MAX, 2, 4, 5, 5}, kCommParity | kCommFrame},
       {{INT_MAX, 2, 3, 4, 6}, kCommBreak},
   };
-  for (const auto& [now, mask] : cases) EXPECT_EQ(errors_between(start, now), mask);
+  for (const auto& [now, mask] : cases)
+    EXPECT_EQ(errors_between(start, now), mask);
 }
 
 }  // namespace

@@ -69,7 +69,8 @@ class FakeMachine {
 
   std::vector<std::string> names() const {
     std::vector<std::string> names;
-    for (const FoundPort& port : find_ports(folders_)) names.push_back(utf16_to_utf8(port.name));
+    for (const FoundPort& port : find_ports(folders_))
+      names.push_back(utf16_to_utf8(port.name));
     return names;
   }
   std::string text_of(const std::wstring& name) const {
@@ -95,7 +96,8 @@ TEST(PortSources, ListsWhatHasHardwareBehindItInOrder) {
   machine.terminal("tty1");                 // a screen
   machine.node("tty1");
   machine.node("ttyX");  // a node that the kernel's list does not know
-  for (const auto& [name, type] : {std::pair("ttyS0", "4"), std::pair("ttyS1", "0"), std::pair("ttyS4", "4")}) {
+  for (const auto& [name, type] :
+       {std::pair("ttyS0", "4"), std::pair("ttyS1", "0"), std::pair("ttyS4", "4")}) {
     machine.terminal(name, "pnp");
     machine.attribute(machine.folders().sysfs / name / "type", type);
     machine.node(name);
@@ -104,8 +106,7 @@ TEST(PortSources, ListsWhatHasHardwareBehindItInOrder) {
   machine.terminal("rfcomm0");
   machine.node("rfcomm0");
   machine.node("ttyV1");
-  EXPECT_EQ(machine.names(),
-            (Names{"rfcomm0", "ttyACM0", "ttyS4", "ttyUSB2", "ttyUSB10", "ttyV1"}));
+  EXPECT_EQ(machine.names(), (Names{"rfcomm0", "ttyACM0", "ttyS4", "ttyUSB2", "ttyUSB10", "ttyV1"}));
 }
 
 TEST(PortSources, NothingToReadMeansNoPorts) {
@@ -124,7 +125,8 @@ TEST(PortSources, TheDeviceTextNamesMakerProductAndInterfaceOnce) {
   };
   const Case cases[] = {
       {"FTDI", "FT232R USB UART", "FT232R USB UART", "FTDI FT232R USB UART"},
-      {"Silicon Labs", "CP2105 Dual UART", "Enhanced Com Port", "Silicon Labs CP2105 Dual UART, Enhanced Com Port"},
+      {"Silicon Labs", "CP2105 Dual UART", "Enhanced Com Port",
+       "Silicon Labs CP2105 Dual UART, Enhanced Com Port"},
       {"Arduino (www.arduino.cc)", "Arduino Uno", nullptr, "Arduino Uno"},
       {"SEGGER", "Segger J-Link", "CDC Data", "Segger J-Link, CDC Data"},
       {nullptr, "USB Serial", nullptr, "USB Serial"},
@@ -198,7 +200,8 @@ TEST(UserPorts, AnAnnouncedPortIsListedUntilItIsHiddenOrGivenBack) {
   }
   EXPECT_TRUE(fs::is_empty(folder));
   EXPECT_TRUE(UserPort::claim(folder, "ttyV0"));
-  for (const char* name : {"", ".", "..", ".x", "a/b"}) EXPECT_FALSE(UserPort::claim(folder, name)) << name;
+  for (const char* name : {"", ".", "..", ".x", "a/b"})
+    EXPECT_FALSE(UserPort::claim(folder, name)) << name;
 }
 
 TEST(UserPorts, AKilledAnnouncerLeavesNothingBehindThatCounts) {

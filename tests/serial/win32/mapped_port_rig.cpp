@@ -125,7 +125,10 @@ class MappedPortRig final : public TransportRig {
 
   Bytes device_receives(std::size_t count) override { return device_.receive(count); }
   void device_stalls() override {}  // it takes only what device_receives() asks for
-  void device_vanishes() override { device_.close(); }
+  void device_vanishes() override {
+    device_.close();
+    on_the_line_.receive(1);  // ends when the bridge has let go of the line
+  }
 
  private:
   // The bridge greets with the port's name and a line feed.
