@@ -25,10 +25,25 @@ for preset in linux linux-asan linux-tsan win64; do
   grep -E 'tests passed|tests failed' "build/ctest-$preset.log"
   cat "build/ctest-$preset.log" >>"$log"
 done
+
+# The real programs with mouse and keyboard on a display of their own, talking to the virtual device.
+demo_passed=0
+demo_failed=0
+play() {
+  echo "== demo $1"
+  if tools/demo/play.sh build/linux "build/demo-$1" "${@:2}" >"build/demo-$1.log" 2>&1; then
+    demo_passed=$((demo_passed + 1))
+  else
+    demo_failed=$((demo_failed + 1))
+    tail -20 "build/demo-$1.log"
+  fi
+}
+play linux
+play windows build/win64
 [ -d build/wine-prefix ] && tools/wine/stop.sh "$PWD/build/wine-prefix"
 
-passed=$(grep -cE '^[0-9]+: \[ +OK \]' "$log")
-failed=$(grep -cE '^[0-9]+: \[ +FAILED +\] [^ ]+ \([0-9]+ ms\)$' "$log")
+passed=$(($(grep -cE '^[0-9]+: \[ +OK \]' "$log") + demo_passed))
+failed=$(($(grep -cE '^[0-9]+: \[ +FAILED +\] [^ ]+ \([0-9]+ ms\)$' "$log") + demo_failed))
 # A build that broke or a test program that crashed is a failure of its own.
 [ "$broken" -ne 0 ] && [ "$failed" -eq 0 ] && failed=1
 echo "$passed passed, $failed failed"

@@ -15,7 +15,13 @@ void* operator new(std::size_t size) {
   if (void* const memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
 
-std::uint64_t hvt::bench::allocations() { return g_allocations.load(std::memory_order_relaxed); }
+std::uint64_t hvt::bench::allocations() {
+  return g_allocations.load(std::memory_order_relaxed);
+}

@@ -53,16 +53,20 @@ class MemoryTransport final : public SerialTransport {
 class Receiver {
  public:
   explicit Receiver(TransportFactory factory)
-      : inbox_([] {}), port_(std::move(factory), {.received = [this](const auto& bytes, auto time) {
-          inbox_.add_received(bytes, time);
-          received_ += bytes.size();
-          ++chunks_;
-          if ((pending_ += bytes.size()) >= (1u << 20)) {
-            inbox_.take(batch_);
-            pending_ = 0;
-          }
-          if (received_ >= goal_) done_.release();
-        }, .status = {}, .lost = {}}) {}
+      : inbox_([] {}),
+        port_(std::move(factory), {.received =
+                                       [this](const auto& bytes, auto time) {
+                                         inbox_.add_received(bytes, time);
+                                         received_ += bytes.size();
+                                         ++chunks_;
+                                         if ((pending_ += bytes.size()) >= (1u << 20)) {
+                                           inbox_.take(batch_);
+                                           pending_ = 0;
+                                         }
+                                         if (received_ >= goal_) done_.release();
+                                       },
+                                   .status = {},
+                                   .lost = {}}) {}
 
   void receive(const std::wstring& port, std::uint64_t goal) {
     goal_ = goal;
@@ -109,7 +113,8 @@ double rate_of(const std::function<void(test::Pty&, std::uint64_t)>& read) {
   std::atomic<bool> stop{false};
   std::jthread device([&] {
     const std::vector<std::uint8_t> block(1 << 16, 'x');
-    while (!stop) pty.send(block);
+    while (!stop)
+      pty.send(block);
   });
   const auto start = Clock::now();
   read(pty, kBytes);

@@ -22,7 +22,9 @@ std::vector<std::wstring> entries_of(const Strings& strings) {
 }
 
 // What a transmit field or a packet has to say about itself, in the words of the exception.
-std::wstring message_of(const std::exception& error) { return utf8_to_utf16_lossy(error.what()); }
+std::wstring message_of(const std::exception& error) {
+  return utf8_to_utf16_lossy(error.what());
+}
 
 }  // namespace
 
@@ -128,7 +130,8 @@ void App::post_to_ui(TaskQueue::Task task) {
   if (MainWindow* window = post_target_) window->post(kTaskMessage);
 }
 
-// --- Ports and connection -----------------------------------------------------------------------------------
+// --- Ports and connection
+// -----------------------------------------------------------------------------------
 
 void App::refresh_ports() {
   const auto use = facts_.link == LinkState::disconnected ? PortSelection::ChosenPort::idle
@@ -146,7 +149,8 @@ void App::show_ports() {
 
 void App::fill_choices() {
   std::vector<std::wstring> parities;
-  for (const TextId parity : kParities) parities.emplace_back(words(parity));
+  for (const TextId parity : kParities)
+    parities.emplace_back(words(parity));
   show_choice(ControlId::timeout, entries_of(kTimeoutSeconds), kDefaultTimeout);
   show_choice(ControlId::baud, entries_of(kBaudRates), kDefaultBaud);
   show_choice(ControlId::data_bits, entries_of(kDataBits), kDefaultDataBits);
@@ -249,7 +253,8 @@ void App::on_status(const SerialStatus& status) {
   });
 }
 
-// --- Sending --------------------------------------------------------------------------------------------------
+// --- Sending
+// --------------------------------------------------------------------------------------------------
 
 void App::send(std::size_t row) {
   if (!facts_.transmit_expanded) return;  // a stale key or click on a hidden row
@@ -269,7 +274,8 @@ void App::send(std::size_t row) {
   });
 }
 
-bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options, std::wstring& error) {
+bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options,
+                       std::wstring& error) {
   if (!inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options)) {
     error = kTransmissionBusy;
     return false;
@@ -279,7 +285,8 @@ bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions
   return written;
 }
 
-// --- Receiving and the display ----------------------------------------------------------------------------------
+// --- Receiving and the display
+// ----------------------------------------------------------------------------------
 
 void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time) {
   inbox_.add_received(bytes, time);
@@ -345,7 +352,8 @@ void App::toggle(bool Facts::*fact) {
   update_controls();
 }
 
-// --- Showing ------------------------------------------------------------------------------------------------------
+// --- Showing
+// ------------------------------------------------------------------------------------------------------
 
 void App::update_controls() {
   const ControlStates states = rules(facts_);
@@ -363,7 +371,9 @@ void App::relayout() {
   window_->place(layout(metrics_, client_, {facts_.transmit_expanded}));
 }
 
-void App::show_status(std::wstring_view text) { window_->set_status(text, StatusTone::plain); }
+void App::show_status(std::wstring_view text) {
+  window_->set_status(text, StatusTone::plain);
+}
 
 void App::show_error(std::wstring_view english) {
   window_->set_status(localized_message(english, facts_.language), StatusTone::error);

@@ -22,7 +22,8 @@ namespace hvt {
 // The controller of the one window: turns what a person does into calls on the connection and the display,
 // and brings what worker threads produce back to the interface thread.
 //
-// Promises  workers never touch the window; every task posted runs in order, exactly once; at most one display
+// Promises  workers never touch the window; every task posted runs in order, exactly once; at most one
+// display
 //           wake is under way; only controls whose state changed are written to.
 // Threads   the interface thread, except post_to_ui(), on_receive() and direct_write().
 // Owns      the connection, the inbox, the display pump and the facts that the controls show.

@@ -52,7 +52,8 @@ bool DisplayPump::next_piece(const DisplayOptions& options) {
     next_byte_ += size;
   } else {
     const auto bytes = std::span(batch_.bytes).subspan(next_byte_, event.size);
-    if (event.kind == InboxEvent::Kind::sent && event.options.labels) format_tx(bytes, event.options, line_, text);
+    if (event.kind == InboxEvent::Kind::sent && event.options.labels)
+      format_tx(bytes, event.options, line_, text);
     next_byte_ += event.size;
     ++next_event_;
   }

@@ -18,7 +18,8 @@ void reset(InboxBatch& batch) {
 
 }  // namespace
 
-Inbox::Inbox(std::function<void()> wake, std::size_t capacity) : wake_(std::move(wake)), capacity_(capacity) {}
+Inbox::Inbox(std::function<void()> wake, std::size_t capacity)
+    : wake_(std::move(wake)), capacity_(capacity) {}
 
 void Inbox::add(InboxEvent event, std::span<const std::uint8_t> bytes) {
   filling_.bytes.insert(filling_.bytes.end(), bytes.begin(), bytes.end());

@@ -67,8 +67,8 @@ class Inbox {
   std::mutex mutex_;
   std::condition_variable write_ended_;
   bool writing_ = false;
-  std::size_t writing_event_ = 0;   // index of the packet being written
-  std::size_t bytes_before_ = 0;    // bytes of the events in front of it
+  std::size_t writing_event_ = 0;  // index of the packet being written
+  std::size_t bytes_before_ = 0;   // bytes of the events in front of it
   InboxBatch filling_;
 };
 

@@ -28,7 +28,8 @@ void PortSelection::choose(std::size_t row) {
 std::vector<std::wstring> PortSelection::labels() const {
   std::vector<std::wstring> labels;
   labels.reserve(ports_.size());
-  for (const PortDescription& port : ports_) labels.push_back(port_label(port));
+  for (const PortDescription& port : ports_)
+    labels.push_back(port_label(port));
   return labels;
 }
 

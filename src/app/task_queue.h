@@ -25,7 +25,8 @@ class TaskQueue {
   // Runs what is there now; a task may push further ones, they wait for the next call.
   void run_all() {
     const auto due = tasks_.with([](auto& tasks) { return std::exchange(tasks, {}); });
-    for (const Task& task : due) task();
+    for (const Task& task : due)
+      task();
   }
 
  private:

@@ -67,7 +67,8 @@ bool SerialPort::Connection::wait_until_idle(std::chrono::milliseconds limit) {
 }
 
 SerialPort::SerialPort(TransportFactory factory, Callbacks callbacks)
-    : state_(std::make_shared<State>(factory ? std::move(factory) : open_system_port, std::move(callbacks))) {}
+    : state_(std::make_shared<State>(factory ? std::move(factory) : open_system_port, std::move(callbacks))) {
+}
 
 SerialPort::~SerialPort() {
   {
@@ -87,8 +88,10 @@ bool SerialPort::connect(const SerialSettings& settings, int timeout_ms, Connect
   {
     const DeliveryScope delivery(*state_);
     const std::lock_guard lock(state_->state_mutex);
-    if (state_->closing_connection && state_->closing_connection->is_idle()) state_->closing_connection.reset();
-    if (state_->shutting_down || state_->connection || state_->attempt || state_->closing_connection) return false;
+    if (state_->closing_connection && state_->closing_connection->is_idle())
+      state_->closing_connection.reset();
+    if (state_->shutting_down || state_->connection || state_->attempt || state_->closing_connection)
+      return false;
     if (!lease->try_reserve()) return false;
     generation = ++state_->generation;
     state_->attempt = attempt;
@@ -97,7 +100,8 @@ bool SerialPort::connect(const SerialSettings& settings, int timeout_ms, Connect
     start_detached([state = state_, attempt, lease = std::move(lease), settings]() mutable {
       Workers::open(std::move(state), std::move(attempt), std::move(lease), settings);
     });
-    start_detached([state = state_, attempt, callback = std::move(callback), generation, timeout_ms]() mutable {
+    start_detached([state = state_, attempt, callback = std::move(callback), generation,
+                    timeout_ms]() mutable {
       Workers::connection(std::move(state), std::move(attempt), std::move(callback), generation, timeout_ms);
     });
   } catch (const std::system_error&) {  // no thread to be had: as if nothing had been started
@@ -160,7 +164,8 @@ bool SerialPort::discard_input(std::wstring& error) {
   if (!connection) return fail(error, kConnectFirst);
   const TransportUse transport(*connection);
   if (!transport) return fail(error, kConnectionClosed);
-  return driver_call(error, L"Could not discard serial input.", [&] { return transport->discard_input(error); });
+  return driver_call(error, L"Could not discard serial input.",
+                     [&] { return transport->discard_input(error); });
 }
 
 bool SerialPort::refresh_status(std::wstring& error) {

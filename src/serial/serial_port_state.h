@@ -132,7 +132,8 @@ struct SerialPort::State {
 class SerialPort::DeliveryScope {
  public:
   explicit DeliveryScope(State& state) : state_(state), outer_(innermost) {
-    for (const DeliveryScope* scope = outer_; scope; scope = scope->outer_) nested_ |= &scope->state_ == &state;
+    for (const DeliveryScope* scope = outer_; scope; scope = scope->outer_)
+      nested_ |= &scope->state_ == &state;
     if (!nested_) state.delivery_mutex.lock();
     innermost = this;
   }

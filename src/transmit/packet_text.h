@@ -12,8 +12,8 @@ namespace hvt {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr std::size_t kMaxPacketBytes = 1500;      // payload of one send, automatic CR/LF included
-inline constexpr std::size_t kMaxPacketCharacters = 6000; // 1500 bytes written as "\xAB"
+inline constexpr std::size_t kMaxPacketBytes = 1500;       // payload of one send, automatic CR/LF included
+inline constexpr std::size_t kMaxPacketCharacters = 6000;  // 1500 bytes written as "\xAB"
 
 // Names of the bytes 0x00 to 0x1F: index = byte value. "HT" and "DEL" are further input names.
 inline constexpr std::array<std::wstring_view, 32> kControlTokens{

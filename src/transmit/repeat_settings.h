@@ -26,10 +26,10 @@ struct TransmitPanel {
 };
 
 struct RepeatSettings {
-  std::int32_t repeat_count = 1;      // 1 to 9999
-  std::int32_t start_packet = 1;      // 1 to 10
-  std::int32_t end_packet = 1;        // start_packet to 10
-  std::int32_t interval_ms = 100;     // 0 to 99999999
+  std::int32_t repeat_count = 1;   // 1 to 9999
+  std::int32_t start_packet = 1;   // 1 to 10
+  std::int32_t end_packet = 1;     // start_packet to 10
+  std::int32_t interval_ms = 100;  // 0 to 99999999
   bool wait_for_rx = true;
   std::int32_t rx_timeout_ms = 1000;  // 10 to 99999999; parsed only when wait_for_rx is set
 };

@@ -11,7 +11,7 @@ namespace hvt {
 
 // The entries of the fixed drop-down lists, in order.
 inline constexpr std::array<std::wstring_view, 13> kBaudRates{
-    L"1200",  L"2400",   L"4800",   L"9600",   L"19200",  L"38400", L"57600",
+    L"1200",  L"2400",   L"4800",   L"9600",   L"19200",  L"38400",  L"57600",
     L"76800", L"115200", L"230400", L"460800", L"921600", L"1500000"};
 inline constexpr std::array<std::wstring_view, 4> kDataBits{L"5", L"6", L"7", L"8"};
 inline constexpr std::array<std::wstring_view, 3> kStopBits{L"1", L"1.5", L"2"};  // index = stop-bits code

@@ -10,29 +10,70 @@ namespace hvt {
 // Every control of the main window, in tab order. The value is the row of kControls; native ids and object
 // names derive from it.
 enum class ControlId : std::uint8_t {
-  port, refresh, connect,
-  timeout_label, timeout, timeout_unit,
-  baud_label, baud, data_bits_label, data_bits, stop_bits_label, stop_bits, parity_label, parity,
-  receive_title, receive_ascii, receive_hex, line_break, hide_crlf, echo_sent, clear, receive_view,
-  transmit, send_ascii, send_hex, auto_crlf,
-  packet_1, send_1, packet_2, send_2, packet_3, send_3, packet_4, send_4, packet_5, send_5,
-  packet_6, send_6, packet_7, send_7, packet_8, send_8, packet_9, send_9, packet_10, send_10,
+  port,
+  refresh,
+  connect,
+  timeout_label,
+  timeout,
+  timeout_unit,
+  baud_label,
+  baud,
+  data_bits_label,
+  data_bits,
+  stop_bits_label,
+  stop_bits,
+  parity_label,
+  parity,
+  receive_title,
+  receive_ascii,
+  receive_hex,
+  line_break,
+  hide_crlf,
+  echo_sent,
+  clear,
+  receive_view,
+  transmit,
+  send_ascii,
+  send_hex,
+  auto_crlf,
+  packet_1,
+  send_1,
+  packet_2,
+  send_2,
+  packet_3,
+  send_3,
+  packet_4,
+  send_4,
+  packet_5,
+  send_5,
+  packet_6,
+  send_6,
+  packet_7,
+  send_7,
+  packet_8,
+  send_8,
+  packet_9,
+  send_9,
+  packet_10,
+  send_10,
   status,
 };
 inline constexpr std::size_t kControlCount = static_cast<std::size_t>(ControlId::status) + 1;
 
-constexpr std::size_t index_of(ControlId id) { return static_cast<std::size_t>(id); }
+constexpr std::size_t index_of(ControlId id) {
+  return static_cast<std::size_t>(id);
+}
 
 enum class ControlKind : std::uint8_t {
-  label,         // static text
-  title,         // static text heading a group
+  label,  // static text
+  title,  // static text heading a group
   button,
   check,
-  radio,         // consecutive radio rows of one group exclude each other
-  choice,        // drop-down list without an edit field
-  packet_edit,   // one line in the fixed-width font, at most kMaxPacketCharacters, Enter sends it
+  radio,        // consecutive radio rows of one group exclude each other
+  choice,       // drop-down list without an edit field
+  packet_edit,  // one line in the fixed-width font, at most kMaxPacketCharacters, Enter sends it
   receive_view,
-  status,        // one line of text, read-only
+  status,  // one line of text, read-only
 };
 
 enum class ControlGroup : std::uint8_t { connection, receive, transmit, footer };
@@ -45,7 +86,9 @@ struct ControlRow {
 };
 
 extern const std::array<ControlRow, kControlCount> kControls;
-inline const ControlRow& control(ControlId id) { return kControls[index_of(id)]; }
+inline const ControlRow& control(ControlId id) {
+  return kControls[index_of(id)];
+}
 
 // Rows 0 to 9 of the transmit panel.
 constexpr ControlId packet_field(std::size_t row) {
@@ -54,8 +97,12 @@ constexpr ControlId packet_field(std::size_t row) {
 constexpr ControlId send_button(std::size_t row) {
   return static_cast<ControlId>(index_of(ControlId::send_1) + 2 * row);
 }
-constexpr bool is_packet_row(ControlId id) { return id >= ControlId::packet_1 && id <= ControlId::send_10; }
+constexpr bool is_packet_row(ControlId id) {
+  return id >= ControlId::packet_1 && id <= ControlId::send_10;
+}
 // Row of a packet field or a send button.
-constexpr std::size_t packet_row(ControlId id) { return (index_of(id) - index_of(ControlId::packet_1)) / 2; }
+constexpr std::size_t packet_row(ControlId id) {
+  return (index_of(id) - index_of(ControlId::packet_1)) / 2;
+}
 
 }  // namespace hvt

@@ -10,9 +10,9 @@ namespace hvt {
 // What the face measured, in device pixels at the window's DPI.
 struct Metrics {
   int dpi = 96;
-  int text_height = 16;                             // line height of the interface font
-  int mono_height = 16;                             // line height of the fixed-width font
-  std::array<int, kControlCount> text_width{};      // widest text the control must show, without its frame
+  int text_height = 16;                         // line height of the interface font
+  int mono_height = 16;                         // line height of the fixed-width font
+  std::array<int, kControlCount> text_width{};  // widest text the control must show, without its frame
 };
 
 struct PanelState {

@@ -31,8 +31,8 @@ class WindowEvents {
   virtual void chosen(ControlId id) = 0;   // another entry of a choice was selected
   virtual void edited(ControlId id) = 0;   // text of a field changed
   virtual void resized(Size client) = 0;
-  virtual void metrics_changed() = 0;      // DPI or fonts are different now: measure() again
-  virtual void closing() = 0;              // the window is about to close and cannot be kept open; comes once
+  virtual void metrics_changed() = 0;  // DPI or fonts are different now: measure() again
+  virtual void closing() = 0;          // the window is about to close and cannot be kept open; comes once
   virtual Size minimum_client_size(int proposed_width) = 0;
   virtual void message(unsigned message, std::uintptr_t first, std::intptr_t second) = 0;
 };

@@ -17,8 +17,8 @@ struct Facts {
   bool has_ports = false;
   bool receive_hex = false;
   bool line_break = false;
-  bool hide_crlf = false;           // saved ASCII preference, kept while Hex disables it
-  bool echo_sent = true;            // saved preference, kept while the panel is folded
+  bool hide_crlf = false;  // saved ASCII preference, kept while Hex disables it
+  bool echo_sent = true;   // saved preference, kept while the panel is folded
   bool transmit_expanded = false;
   bool send_hex = false;
   bool auto_crlf = false;
@@ -28,8 +28,8 @@ struct Facts {
 struct ControlState {
   bool enabled = true;
   bool visible = true;
-  bool checked = false;             // check and radio kinds
-  std::wstring_view caption;        // static texts; choices, fields and the status line carry their own text
+  bool checked = false;       // check and radio kinds
+  std::wstring_view caption;  // static texts; choices, fields and the status line carry their own text
   friend bool operator==(const ControlState&, const ControlState&) = default;
 };
 using ControlStates = std::array<ControlState, kControlCount>;

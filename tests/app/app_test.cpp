@@ -23,12 +23,15 @@ using namespace std::chrono_literals;
 using test::RecordingWindow;
 using test::ScriptedTransport;
 
-std::vector<PortDescription> two_ports() { return {{L"COM8", L""}, {L"COM9", L"CP210x"}}; }
+std::vector<PortDescription> two_ports() {
+  return {{L"COM8", L""}, {L"COM9", L"CP210x"}};
+}
 
 // The program on a window double, with one scripted device behind both ports.
 struct Program {
   explicit Program(TransportFactory factory = {}, PortSource ports = two_ports)
-      : app(factory ? std::move(factory) : [this](const auto&, auto&) { return device; }, std::move(ports)),
+      : app(
+            factory ? std::move(factory) : [this](const auto&, auto&) { return device; }, std::move(ports)),
         window(app) {
     app.attach(window);
   }
@@ -108,8 +111,12 @@ TEST(App, SaysWhyAConnectFailed) {
     std::wstring status;
   };
   const Case cases[] = {
-      {"driver's words", [](auto&, auto& error) { error = L"Access denied."; return nullptr; }, two_ports,
-       L"Access denied."},
+      {"driver's words",
+       [](auto&, auto& error) {
+         error = L"Access denied.";
+         return nullptr;
+       },
+       two_ports, L"Access denied."},
       {"no words", [](auto&, auto&) { return nullptr; }, two_ports, L"Could not open serial port."},
       {"no port", [](auto&, auto&) { return nullptr; }, [] { return std::vector<PortDescription>(); },
        L"Select a COM port first."},
@@ -134,8 +141,9 @@ TEST(App, ATimeOutIsToldInSecondsAndThePortIsHeldUntilTheDriverReturns) {
   program.app.command(ControlId::connect);
   EXPECT_TRUE(program.status_becomes(L"Serial connection exceeded 1 sec."));
   program.app.command(ControlId::connect);
-  EXPECT_EQ(program.window.status(),
-            L"The previous connection attempt is still being cleaned up. Retry later or select another port.");
+  EXPECT_EQ(
+      program.window.status(),
+      L"The previous connection attempt is still being cleaned up. Retry later or select another port.");
   let_go.count_down();
   EXPECT_TRUE(program.until([&] {
     program.app.command(ControlId::connect);
@@ -176,7 +184,8 @@ TEST(App, OneWakeIsUnderWayHoweverManyChunksArrive) {
   Program program;
   program.window.take_posted();
   const auto now = std::chrono::steady_clock::now();
-  for (int i = 0; i < 100; ++i) program.app.on_receive({'x'}, now);
+  for (int i = 0; i < 100; ++i)
+    program.app.on_receive({'x'}, now);
   EXPECT_EQ(program.window.take_posted(), (std::vector{kDisplayMessage}));
   program.app.message(kDisplayMessage, 0, 0);
   EXPECT_EQ(program.window.shown(), std::wstring(100, L'x'));
@@ -273,7 +282,8 @@ TEST(App, HexInputIsSpacedWhileTyping) {
 TEST(App, WritesOnlyControlsThatChanged) {
   Program program;
   const std::size_t before = program.window.writes();
-  for (int i = 0; i < 100; ++i) program.app.command(ControlId::refresh);
+  for (int i = 0; i < 100; ++i)
+    program.app.command(ControlId::refresh);
   EXPECT_EQ(program.window.writes(), before);
   program.app.command(ControlId::line_break);
   EXPECT_EQ(program.window.writes(), before + 1);

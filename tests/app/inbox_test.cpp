@@ -22,7 +22,8 @@ TEST(Inbox, KeepsEveryByteInOrderWhileTheReaderTakesAtRandom) {
     std::minstd_rand random(3);
     for (std::size_t sent = 0; sent < kTotal;) {
       Bytes chunk(std::min<std::size_t>(1 + random() % 5000, kTotal - sent));
-      for (std::uint8_t& byte : chunk) byte = static_cast<std::uint8_t>((sent++ * 2654435761u) >> 24);
+      for (std::uint8_t& byte : chunk)
+        byte = static_cast<std::uint8_t>((sent++ * 2654435761u) >> 24);
       inbox.add_received(chunk, {});
     }
   });
@@ -31,7 +32,8 @@ TEST(Inbox, KeepsEveryByteInOrderWhileTheReaderTakesAtRandom) {
   while (taken < kTotal) {
     inbox.take(batch);
     std::size_t counted = 0;
-    for (const InboxEvent& event : batch.events) counted += event.size;
+    for (const InboxEvent& event : batch.events)
+      counted += event.size;
     ASSERT_EQ(counted, batch.bytes.size());
     ASSERT_EQ(batch.lost_bytes, 0u);
     for (const std::uint8_t byte : batch.bytes) {
@@ -58,8 +60,8 @@ TEST(Inbox, HandsOutNothingBehindAPacketThatIsBeingWritten) {
     inbox.take(batch);
     EXPECT_EQ(batch.bytes, (Bytes{2, 2, 3, 4}));
     ASSERT_EQ(batch.events.size(), 3u);
-    EXPECT_EQ(batch.events[0].kind, written == Inbox::Written::yes ? InboxEvent::Kind::sent
-                                                                   : InboxEvent::Kind::withdrawn);
+    EXPECT_EQ(batch.events[0].kind,
+              written == Inbox::Written::yes ? InboxEvent::Kind::sent : InboxEvent::Kind::withdrawn);
   }
 }
 

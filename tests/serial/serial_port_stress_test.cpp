@@ -120,7 +120,9 @@ std::shared_ptr<SerialTransport> RandomDriver::open(const SerialSettings& settin
   return std::make_shared<Transport>(*this, name);
 }
 
-SerialSettings settings_for(std::size_t name) { return {.port = L"port" + std::to_wstring(name)}; }
+SerialSettings settings_for(std::size_t name) {
+  return {.port = L"port" + std::to_wstring(name)};
+}
 
 // A port whose callbacks check that they are allowed to run, and sometimes call back into it.
 class CheckedPort {
@@ -128,14 +130,16 @@ class CheckedPort {
   explicit CheckedPort(RandomDriver& driver)
       : watch_(std::make_shared<Watch>()),
         port_([&driver](const auto& settings, auto& error) { return driver.open(settings, error); },
-              {.received = [this, w = watch_](const auto&, auto) { w->visit([&] { sometimes_disconnect(*w); }); },
+              {.received = [this, w = watch_](const auto&,
+                                              auto) { w->visit([&] { sometimes_disconnect(*w); }); },
                .status = [w = watch_](const auto&) { w->visit([] {}); },
-               .lost = [this, w = watch_](const auto& text) {
-                 w->visit([&] {
-                   if (text.empty()) w->faults |= 4;
-                   sometimes_disconnect(*w);
-                 });
-               }}) {}
+               .lost =
+                   [this, w = watch_](const auto& text) {
+                     w->visit([&] {
+                       if (text.empty()) w->faults |= 4;
+                       sometimes_disconnect(*w);
+                     });
+                   }}) {}
 
   SerialPort& port() { return port_; }
 
@@ -212,7 +216,8 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
   };
   {
     std::vector<std::jthread> threads;
-    for (unsigned i = 1; i <= kThreads; ++i) threads.emplace_back(run, i);
+    for (unsigned i = 1; i <= kThreads; ++i)
+      threads.emplace_back(run, i);
   }
   EXPECT_EQ(faults & 1, 0) << "a callback came after the destructor";
   EXPECT_EQ(faults & 2, 0) << "callbacks overlapped";
@@ -231,7 +236,8 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
     }
     EXPECT_TRUE(free) << "port" << name << " stayed reserved";
   }
-  while (driver.live_handles != 0 && std::chrono::steady_clock::now() < limit) std::this_thread::yield();
+  while (driver.live_handles != 0 && std::chrono::steady_clock::now() < limit)
+    std::this_thread::yield();
   EXPECT_EQ(driver.live_handles, 0) << "a handle leaked";
 }
 

@@ -110,7 +110,12 @@ TEST(SerialPort, EveryFailingDriverGivesItsMessageAndThePortCanBeTriedAgain) {
     std::wstring message;
   };
   const Case cases[] = {
-      {"says why", [](auto&, auto& error) { error = L"Access denied."; return nullptr; }, L"Access denied."},
+      {"says why",
+       [](auto&, auto& error) {
+         error = L"Access denied.";
+         return nullptr;
+       },
+       L"Access denied."},
       {"says nothing", [](auto&, auto&) { return nullptr; }, L"Could not open serial port."},
       {"throws", [](auto&, auto&) -> std::shared_ptr<SerialTransport> { throw std::runtime_error("x"); },
        L"Serial driver failed while opening the port."},
@@ -129,7 +134,12 @@ TEST(SerialPort, EveryFailingDriverGivesItsMessageAndThePortCanBeTriedAgain) {
 
 TEST(SerialPort, RefusesInvalidRequestsWithoutStartingAnything) {
   int opens = 0;
-  SerialPort port([&](const auto&, auto&) { ++opens; return nullptr; }, {});
+  SerialPort port(
+      [&](const auto&, auto&) {
+        ++opens;
+        return nullptr;
+      },
+      {});
   EXPECT_FALSE(port.connect({.port = L""}, 1000, nullptr));
   EXPECT_FALSE(port.connect({.port = L"COM9", .baud = 0}, 1000, nullptr));
   EXPECT_FALSE(port.connect({.port = L"COM9", .data_bits = 9}, 1000, nullptr));
@@ -149,7 +159,8 @@ TEST(SerialPort, AnOpenPastItsTimeOutIsAbandonedAndKeepsOnlyItsOwnPortReserved) 
   });
 
   ASSERT_TRUE(recorded.connect(L"COM9", 20));  // real time: the time-out passes
-  EXPECT_EQ(recorded.outcomes(1).back(), std::pair(false, std::wstring(L"Serial connection exceeded 20 ms.")));
+  EXPECT_EQ(recorded.outcomes(1).back(),
+            std::pair(false, std::wstring(L"Serial connection exceeded 20 ms.")));
   EXPECT_FALSE(recorded.connect(L"COM9"));
   EXPECT_TRUE(recorded.connect(L"COM10"));
   EXPECT_TRUE(recorded.outcomes(2).back().first);
@@ -370,7 +381,7 @@ TEST(SerialPort, ADriverThatIgnoresTheCancellingDoesNotHoldUpDisconnect) {
   });
   ASSERT_TRUE(connects_soon(recorded, L"COM9"));
   inside.wait();
-  recorded.port.disconnect();              // real time: this takes kReleaseLimit
+  recorded.port.disconnect();               // real time: this takes kReleaseLimit
   EXPECT_FALSE(recorded.connect(L"COM9"));  // its handle is still open
   let_go.count_down();
   EXPECT_TRUE(connects_soon(recorded, L"COM9"));

@@ -1,5 +1,5 @@
-// Risk: the parts work and the whole does not. The real window, clicked and typed into, on a real serial line:
-// a pseudo-terminal whose far end the test is.
+// Risk: the parts work and the whole does not. The real window, clicked and typed into, on a real serial
+// line: a pseudo-terminal whose far end the test is.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,10 @@ namespace {
 class Window : public testing::Test {
  protected:
   explicit Window(TransportFactory factory = {})
-      : app_(std::move(factory), [this] { return std::vector<PortDescription>{{device_->port(), L""}}; }),
+      : app_(std::move(factory),
+             [this] {
+               return std::vector<PortDescription>{{device_->port(), L""}};
+             }),
         window_(app_) {
     app_.attach(window_);
   }
@@ -45,7 +48,8 @@ class Window : public testing::Test {
   // A click where a person would click: on the indicator of a check box, in the middle of a button.
   void click(ControlId id) {
     QWidget& widget = find(id);
-    const bool has_indicator = control(id).kind == ControlKind::check || control(id).kind == ControlKind::radio;
+    const bool has_indicator =
+        control(id).kind == ControlKind::check || control(id).kind == ControlKind::radio;
     const QPoint at(has_indicator ? 8 : widget.width() / 2, widget.height() / 2);
     QTest::mouseClick(&widget, Qt::LeftButton, {}, at);
   }
@@ -123,7 +127,8 @@ TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {
   click(ControlId::refresh);
   find<QComboBox>(ControlId::port).setFocus();
   QTest::keyClick(&find(ControlId::port), Qt::Key_Home);
-  if (find<QComboBox>(ControlId::port).currentIndex() < 0) QTest::keyClick(&find(ControlId::port), Qt::Key_Down);
+  if (find<QComboBox>(ControlId::port).currentIndex() < 0)
+    QTest::keyClick(&find(ControlId::port), Qt::Key_Down);
   ASSERT_TRUE(QTest::qWaitFor([&] {  // the reader of the lost connection may still be leaving
     if (caption() == "Connect") click(ControlId::connect);
     return caption() == "Connected";

@@ -24,7 +24,8 @@ int main(int argc, char** argv) {
       const auto* const widget = top->findChild<QWidget*>(name);
       if (!widget || !widget->isVisible()) continue;
       const QPoint at = widget->mapTo(top, QPoint(0, 0));
-      std::printf("%s %d %d %d %d\n", name.toUtf8().constData(), at.x(), at.y(), widget->width(), widget->height());
+      std::printf("%s %d %d %d %d\n", name.toUtf8().constData(), at.x(), at.y(), widget->width(),
+                  widget->height());
     }
   }
   app.closing();
