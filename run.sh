@@ -17,8 +17,8 @@ cleanup() { [ -z "$device" ] || kill "$device" 2>/dev/null || true; }
 trap cleanup EXIT
 if [ -z "$(build/run/tools/hvt-list-ports)" ]; then
   echo "No serial device found: starting the virtual device."
-  build/run/tools/virtual_device/hvt-virtual-device --echo --every 1000 'tick\r\n' </dev/null &
+  build/run/tools/virtual_device/hvt-virtual-device --echo --every 1000 'tick\r\n' </dev/null >build/run/device.txt &
   device=$!
-  sleep 0.5
+  for _ in {1..100}; do grep -q '^ready' build/run/device.txt && break; sleep 0.05; done
 fi
 build/run/src/app/HalvetricSerialTest

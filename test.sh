@@ -6,6 +6,8 @@ cd "$(dirname "$0")"
 
 tools/packages.sh test || exit 1
 mkdir -p build
+stop_wine() { [ ! -d build/wine-prefix ] || tools/wine/stop.sh "$PWD/build/wine-prefix"; }
+trap stop_wine EXIT
 log=build/test.log
 : >"$log"
 broken=0
@@ -40,10 +42,9 @@ play() {
 }
 play linux
 play windows build/win64
-[ -d build/wine-prefix ] && tools/wine/stop.sh "$PWD/build/wine-prefix"
 
-passed=$(($(grep -cE '^[0-9]+: \[ +OK \]' "$log") + demo_passed))
-failed=$(($(grep -cE '^[0-9]+: \[ +FAILED +\] [^ ]+ \([0-9]+ ms\)$' "$log") + demo_failed))
+passed=$(($(grep -cE '^[0-9]+: \[ +OK +\]' "$log") + demo_passed))
+failed=$(($(grep -cP '^[0-9]+: \[ +FAILED +\] .*\([0-9]+ ms\)\r?$' "$log") + demo_failed))
 # A build that broke or a test program that crashed is a failure of its own.
 [ "$broken" -ne 0 ] && [ "$failed" -eq 0 ] && failed=1
 echo "$passed passed, $failed failed"

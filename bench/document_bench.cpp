@@ -19,8 +19,8 @@ enum Shape : std::int64_t { kShortLines, kEndlessLine, kManyRoles };
 // Batches as they come out of the formatter: payload with labels and tokens, or plain text without any break.
 DisplayBatch make_batch(Shape shape) {
   DisplayBatch batch;
-  while (batch.characters < kBatchCharacters) {
-    const std::size_t rest = kBatchCharacters - batch.characters;
+  while (batch.characters() < kBatchCharacters) {
+    const std::size_t rest = kBatchCharacters - batch.characters();
     if (shape == kEndlessLine || rest < 40) {
       batch.add(std::wstring(rest, L'U'), ColorRole::normal);
     } else if (shape == kShortLines) {

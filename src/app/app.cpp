@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "base/text.h"
@@ -42,6 +43,7 @@ void App::attach(MainWindow& window) {
   window_ = &window;
   post_target_ = &window;
   pump_ = std::make_unique<DisplayPump>(inbox_, window.receive_view());
+  window.receive_view().set_language(facts_.language);
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
   ports_.start(port_source_(), {});
   fill_choices();
@@ -60,7 +62,7 @@ void App::detach() {
   window_ = nullptr;
 }
 
-// --- Events of the window ---------------------------------------------------------------------------------
+// Events of the window
 
 void App::command(ControlId id) {
   switch (id) {
@@ -121,6 +123,7 @@ void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
     display_wake_ = false;
     if (window_ && !window_->input_waiting()) pump_display();  // else the timer pumps
   } else if (message == kTimerMessage && first == kDisplayTimer) {
+    tasks_.run_all();  // a post may have been refused
     pump_display();
   }
 }
@@ -130,13 +133,10 @@ void App::post_to_ui(TaskQueue::Task task) {
   if (MainWindow* window = post_target_) window->post(kTaskMessage);
 }
 
-// --- Ports and connection
-// -----------------------------------------------------------------------------------
+// Ports and connection
 
 void App::refresh_ports() {
-  const auto use = facts_.link == LinkState::disconnected ? PortSelection::ChosenPort::idle
-                                                          : PortSelection::ChosenPort::in_use;
-  ports_.refresh(port_source_(), use);
+  ports_.refresh(port_source_());
   show_ports();
   update_controls();
 }
@@ -197,6 +197,7 @@ void App::connect() {
         post_to_ui([=, this] { connect_ended(attempt, connected, message, seconds); });
       });
   if (!started) return show_error(text(TextId::cleanup_pending, Language::english));
+  ports_.mark_used();
   facts_.link = LinkState::connecting;
   show_status(connecting_to_text(settings->port, facts_.language));
   update_controls();
@@ -245,16 +246,23 @@ void App::connection_lost(std::uint64_t attempt, const std::wstring& message) {
   show_error(message);
 }
 
+// A noisy line reports with every chunk: one task is under way at a time, it takes the latest.
 void App::on_status(const SerialStatus& status) {
-  if (status.last_error_mask == 0) return;
-  post_to_ui([this, attempt = attempt_.load(), mask = status.last_error_mask, count = status.observations] {
-    if (attempt != attempt_ || !window_) return;
-    window_->set_status(line_error_text(mask, count, facts_.language), StatusTone::error);
-  });
+  if (status.connection_lost || (status.last_error_mask == 0 && !status.query_failed)) return;
+  const bool waiting =
+      new_status_.with([&](auto& latest) { return std::exchange(latest, status).has_value(); });
+  if (!waiting) post_to_ui([this, attempt = attempt_.load()] { show_line_status(attempt); });
 }
 
-// --- Sending
-// --------------------------------------------------------------------------------------------------
+void App::show_line_status(std::uint64_t attempt) {
+  const auto status = new_status_.with([](auto& latest) { return std::exchange(latest, std::nullopt); });
+  if (attempt != attempt_ || !status) return;
+  if (status->query_failed) return show_error(status->error_text);
+  const auto text = line_error_text(status->last_error_mask, status->observations, facts_.language);
+  window_->set_status(text, StatusTone::error);
+}
+
+// Sending
 
 void App::send(std::size_t row) {
   if (!facts_.transmit_expanded) return;  // a stale key or click on a hidden row
@@ -267,11 +275,23 @@ void App::send(std::size_t row) {
   }
   // A device that takes nothing may block the write for half a second: not on this thread.
   if (sending_.exchange(true)) return show_error(kTransmissionBusy);
-  writer_ = std::jthread([this, bytes = std::move(bytes), options = display_options()] {
+  const auto write = [this, bytes = std::move(bytes), options = display_options(),
+                      attempt = attempt_.load()] {
     std::wstring error;
-    if (!direct_write(bytes, options, error)) post_to_ui([this, error] { show_error(error); });
+    if (!direct_write(bytes, options, error)) post_to_ui([=, this] { write_failed(attempt, error); });
     sending_ = false;
-  });
+  };
+  try {
+    writer_ = std::jthread(write);
+  } catch (const std::system_error&) {
+    sending_ = false;
+    show_error(L"Could not start the transmission worker.");
+  }
+}
+
+// An error of a connection that has ended meanwhile is not told: how it ended is.
+void App::write_failed(std::uint64_t attempt, const std::wstring& message) {
+  if (attempt == attempt_ && facts_.link == LinkState::connected) show_error(message);
 }
 
 bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options,
@@ -285,8 +305,7 @@ bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions
   return written;
 }
 
-// --- Receiving and the display
-// ----------------------------------------------------------------------------------
+// Receiving and the display
 
 void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time) {
   inbox_.add_received(bytes, time);
@@ -352,8 +371,7 @@ void App::toggle(bool Facts::*fact) {
   update_controls();
 }
 
-// --- Showing
-// ------------------------------------------------------------------------------------------------------
+// Showing
 
 void App::update_controls() {
   const ControlStates states = rules(facts_);

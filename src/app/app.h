@@ -14,6 +14,7 @@
 #include "app/inbox.h"
 #include "app/port_selection.h"
 #include "app/task_queue.h"
+#include "base/guarded.h"
 #include "serial/serial_port.h"
 #include "ui/main_window.h"
 
@@ -22,9 +23,8 @@ namespace hvt {
 // The controller of the one window: turns what a person does into calls on the connection and the display,
 // and brings what worker threads produce back to the interface thread.
 //
-// Promises  workers never touch the window; every task posted runs in order, exactly once; at most one
-// display
-//           wake is under way; only controls whose state changed are written to.
+// Promises  workers never touch the window; every task posted runs in order, exactly once; at most one wake
+//           of the display is under way; only controls whose state changed are written to.
 // Threads   the interface thread, except post_to_ui(), on_receive() and direct_write().
 // Owns      the connection, the inbox, the display pump and the facts that the controls show.
 // Ends      with closing() or the destructor: connection ended, writer joined. The window outlives it or is
@@ -66,6 +66,8 @@ class App final : public WindowEvents {
  private:
   SerialPort::Callbacks serial_callbacks();
   void on_status(const SerialStatus& status);
+  void show_line_status(std::uint64_t attempt);
+  void write_failed(std::uint64_t attempt, const std::wstring& message);
 
   void refresh_ports();
   void show_ports();
@@ -101,7 +103,8 @@ class App final : public WindowEvents {
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};
-  std::atomic<MainWindow*> post_target_{nullptr};  // window_, for the worker threads
+  std::atomic<MainWindow*> post_target_{nullptr};    // window_, for the worker threads
+  Guarded<std::optional<SerialStatus>> new_status_;  // waits for the interface thread, the latest only
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
   std::atomic<std::uint64_t> attempt_{0};
   std::uint64_t lost_bytes_ = 0;

@@ -36,7 +36,7 @@ bool DisplayPump::fetch() {
 
 // Shows one sent packet, or received bytes from as many chunks as fit a piece. False when nothing is left.
 bool DisplayPump::next_piece(const DisplayOptions& options) {
-  DisplayBatch text;
+  text_.clear();
   const InboxEvent& event = batch_.events[next_event_];
   if (event.kind == InboxEvent::Kind::received) {
     std::size_t size = 0;
@@ -48,23 +48,24 @@ bool DisplayPump::next_piece(const DisplayOptions& options) {
       event_done_ = used == left ? 0 : event_done_ + used;
       if (used == left) ++next_event_;
     }
-    format_rx(std::span(batch_.bytes).subspan(next_byte_, size), options, line_, text);
+    format_rx(std::span(batch_.bytes).subspan(next_byte_, size), options, line_, text_);
     next_byte_ += size;
   } else {
     const auto bytes = std::span(batch_.bytes).subspan(next_byte_, event.size);
     if (event.kind == InboxEvent::Kind::sent && event.options.labels)
-      format_tx(bytes, event.options, line_, text);
+      format_tx(bytes, event.options, line_, text_);
     next_byte_ += event.size;
     ++next_event_;
   }
-  show(text);
+  show_text();
   return fetch();
 }
 
-void DisplayPump::show(const DisplayBatch& batch) {
-  if (batch.characters == 0 && batch.raw_rx_bytes == 0) return;
-  const std::size_t characters = batch.characters == 0 ? 0 : view_.append(batch);
-  history_.add({batch.raw_rx_bytes, characters, batch.auxiliary_bytes});
+void DisplayPump::show_text() {
+  const std::size_t formatted = text_.characters();
+  if (formatted == 0 && text_.raw_rx_bytes == 0) return;
+  const std::size_t characters = formatted == 0 ? 0 : view_.append(text_);
+  history_.add({text_.raw_rx_bytes, characters, text_.auxiliary_bytes});
   if (const std::size_t expired = history_.expire(kCapacityBytes)) view_.trim_head(expired);
 }
 

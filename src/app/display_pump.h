@@ -15,9 +15,9 @@ namespace hvt {
 // Brings what the inbox holds into the receive view, a time slice at a time.
 //
 // Promises  everything is formatted once, in order; one run() ends soon after kSlice; the view keeps the last
-//           `capacity` received bytes.
+//           `kCapacityBytes` received bytes.
 // Threads   the interface thread.
-// Owns      the batch in progress, the line state and the history.
+// Owns      the material in progress, the line state and the history.
 // Ends      with its owner; inbox and view outlive it.
 class DisplayPump {
  public:
@@ -37,7 +37,7 @@ class DisplayPump {
  private:
   bool next_piece(const DisplayOptions& options);
   bool fetch();
-  void show(const DisplayBatch& batch);
+  void show_text();
 
   static constexpr std::uint64_t kCapacityBytes = 1u << 20;  // received bytes kept in the view
 
@@ -48,6 +48,7 @@ class DisplayPump {
   std::size_t next_byte_ = 0;
   std::size_t event_done_ = 0;  // bytes of the event at next_event_ that are shown already
   std::uint64_t lost_bytes_ = 0;
+  DisplayBatch text_;  // the piece being shown; its memory serves them all
   DisplayLineState line_;
   DisplayHistory history_;
 };

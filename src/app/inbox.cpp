@@ -1,5 +1,6 @@
 #include "app/inbox.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 

@@ -11,17 +11,17 @@ namespace hvt {
 
 // Which ports the selector shows and which one is chosen.
 //
-// Promises  a refresh never changes the choice while its port is present; a chosen port that vanished while
-//           in use stays, by its bare name. A port that is merely listed is never the target.
+// Promises  a refresh never changes the choice while its port is present; a chosen port that was used and
+//           then vanished stays, by its bare name. A port that is merely listed is never the target.
 // Threads   the interface thread.
 class PortSelection {
  public:
   // At start: the saved port when it is listed, otherwise the first one.
   void start(std::vector<PortDescription> ports, std::wstring saved);
-  // `in_use`: a connection or an attempt goes to the chosen port.
-  enum class ChosenPort { idle, in_use };
-  void refresh(std::vector<PortDescription> ports, ChosenPort use);
+  void refresh(std::vector<PortDescription> ports);
   void choose(std::size_t row);
+  // A connection to the chosen port is being made.
+  void mark_used() { used_ = true; }
 
   const std::wstring& chosen() const { return chosen_; }  // bare name, empty for none
   std::vector<std::wstring> labels() const;
@@ -31,6 +31,7 @@ class PortSelection {
  private:
   std::vector<PortDescription> ports_;
   std::wstring chosen_;
+  bool used_ = false;  // since it was chosen
 };
 
 }  // namespace hvt

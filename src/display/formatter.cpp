@@ -1,5 +1,6 @@
 #include "display/formatter.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -34,10 +35,7 @@ class Writer {
   }
 
   void payload(std::span<const std::uint8_t> bytes, const DisplayOptions& options, ColorRole role) {
-    if (options.hex) {
-      text(format_hex_bytes(bytes), role);
-      return;
-    }
+    if (options.hex) return hex_pairs(bytes, role);
     const bool hide_crlf = options.hide_crlf && !state_.raw_line;
     write_display_tokens(bytes, options.line_break, hide_crlf,
                          [&](std::wstring_view piece, bool line_end_tokens) {
@@ -46,6 +44,20 @@ class Writer {
   }
 
  private:
+  // Pairs with a space between them, written in blocks because a string of them all would be an allocation.
+  void hex_pairs(std::span<const std::uint8_t> bytes, ColorRole role) {
+    TokenBuffer buffer;
+    while (!bytes.empty()) {
+      const auto block = bytes.first(std::min(bytes.size(), kTokenBlock));
+      bytes = bytes.subspan(block.size());
+      wchar_t* at = buffer.data();
+      for (const std::uint8_t byte : block)
+        at = write_text(at, kHexPairs[byte]);
+      if (bytes.empty()) --at;  // no space behind the last
+      text({buffer.data(), static_cast<std::size_t>(at - buffer.data())}, role);
+    }
+  }
+
   DisplayLineState& state_;
   DisplayBatch& out_;
 };

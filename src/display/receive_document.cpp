@@ -119,7 +119,7 @@ void ReceiveDocument::Chunk::drop_head(std::size_t units) {
 
 std::size_t ReceiveDocument::append(const DisplayBatch& batch) {
   const Position before = end_;
-  for (const DisplayRun& run : batch.runs) {
+  for (const DisplayRun run : batch) {
     std::wstring_view rest = run.text;
     while (!rest.empty()) {
       const std::size_t length = std::min(rest.find(L'\r'), rest.size());
@@ -335,12 +335,11 @@ std::wstring ReceiveDocument::text(Range range) const {
   return result;
 }
 
-std::vector<DisplayRun> ReceiveDocument::runs(Range range) const {
-  std::vector<DisplayRun> result;
+DisplayBatch ReceiveDocument::runs(Range range) const {
+  DisplayBatch result;
   visit(range, [&](const Chunk& chunk, std::size_t from, std::size_t to, ColorRole role) {
-    if (result.empty() || result.back().role != role) result.push_back({{}, role});
-    for (; from < to; ++from)
-      result.back().text.push_back(chunk.unit(from));
+    for (wchar_t* at = result.extend(to - from, role); from < to; ++from)
+      *at++ = chunk.unit(from);
   });
   return result;
 }

@@ -71,7 +71,7 @@ class ReceiveDocument {
 
   // What lies between two positions; the part outside the document is left out.
   std::wstring text(Range range) const;
-  std::vector<DisplayRun> runs(Range range) const;
+  DisplayBatch runs(Range range) const;
 
   // The line without its break, or the word, space or punctuation around `position`.
   Range line_around(Position position) const;

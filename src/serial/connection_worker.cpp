@@ -115,7 +115,7 @@ void SerialPort::Workers::connection(std::shared_ptr<State> state, std::shared_p
   callback = nullptr;  // what it holds should not live as long as the connection
   if (!connection) return;
   receive(*state, connection, generation);
-  connection->reader_left();
+  connection->finish_reading();
 }
 
 void SerialPort::Workers::receive(State& state, const std::shared_ptr<Connection>& connection,

@@ -10,8 +10,16 @@
 #include "serial/transport_limits.h"
 
 namespace hvt {
+namespace {
 
-thread_local const SerialPort::DeliveryScope* SerialPort::DeliveryScope::innermost = nullptr;
+constexpr std::wstring_view kConnectFirst = L"Connect to a COM port first.";
+
+}  // namespace
+
+const SerialPort::DeliveryScope*& SerialPort::DeliveryScope::innermost() {
+  thread_local const DeliveryScope* scope = nullptr;
+  return scope;
+}
 
 std::shared_ptr<SerialTransport> SerialPort::Connection::acquire() {
   const std::lock_guard lock(mutex_);
@@ -21,33 +29,29 @@ std::shared_ptr<SerialTransport> SerialPort::Connection::acquire() {
 }
 
 void SerialPort::Connection::release() {
-  std::unique_lock lock(mutex_);
-  --users_;
-  let_go(lock);
+  {
+    const std::lock_guard lock(mutex_);
+    --users_;
+  }
+  changed_.notify_all();
 }
 
 void SerialPort::Connection::close() {
-  closing_ = true;
   std::shared_ptr<SerialTransport> transport;
   {
     const std::lock_guard lock(mutex_);
+    closing_ = true;
     transport = opened_.transport;
-    if (transport) ++users_;  // the cancelling is a use of its own: the handle stays until it is done
+    ++users_;  // the cancelling is a use of its own: the handle stays until it is done
   }
-  if (!transport) return;
-  transport->cancel();
+  if (transport) transport->cancel();
   transport.reset();
   release();
 }
 
-void SerialPort::Connection::reader_left() {
+void SerialPort::Connection::finish_reading() {
   std::unique_lock lock(mutex_);
-  reader_done_ = true;
-  let_go(lock);
-}
-
-void SerialPort::Connection::let_go(std::unique_lock<std::mutex>& lock) {
-  if (!closing_ || !reader_done_ || users_ != 0 || !opened_.transport) return;
+  changed_.wait(lock, [&] { return closing_ && users_ == 0; });
   OpenedPort last = std::move(opened_);
   lock.unlock();
   last.close();
@@ -135,12 +139,6 @@ void SerialPort::disconnect() {
   const std::lock_guard lock(state_->state_mutex);
   if (state_->closing_connection == ended) state_->closing_connection.reset();
 }
-
-namespace {
-
-constexpr std::wstring_view kConnectFirst = L"Connect to a COM port first.";
-
-}  // namespace
 
 bool SerialPort::write(std::span<const std::uint8_t> data, std::wstring& error) {
   std::shared_ptr<Connection> connection;

@@ -50,8 +50,9 @@ struct SerialPort::Attempt {
 
 // One opened port.
 //
-// Promises  the handle is closed exactly when close() was called, the receive thread has left and the last
-//           user has let go, and never under a lock.
+// Promises  the handle is closed once close() was called, the receive thread has left its loop and the last
+//           user has let go; always by the receive thread, so that no caller waits for a driver, and never
+//           under a lock.
 // Threads   any.
 // Owns      the transport and the reservation of its name.
 // Ends      idle; a connection is never reopened.
@@ -64,8 +65,8 @@ class SerialPort::Connection {
   void release();
   // Ends every operation in progress; any number of times.
   void close();
-  // The receive thread has left its loop.
-  void reader_left();
+  // The receive thread has left its loop: waits for close() and the last user, then closes the handle.
+  void finish_reading();
   bool is_closing() const { return closing_; }
   bool is_idle();
   // False when the limit passed first.
@@ -74,13 +75,10 @@ class SerialPort::Connection {
   const std::thread::id reader_thread_id = std::this_thread::get_id();
 
  private:
-  void let_go(std::unique_lock<std::mutex>& lock);
-
   std::atomic<bool> closing_{false};
   std::mutex mutex_;
   std::condition_variable changed_;
   int users_ = 0;
-  bool reader_done_ = false;
   bool handle_closed_ = false;  // set after the transport is destroyed, not when that begins
   OpenedPort opened_;
 };
@@ -131,23 +129,23 @@ struct SerialPort::State {
 // Keeps callbacks and public functions apart. A thread that is already inside this port passes.
 class SerialPort::DeliveryScope {
  public:
-  explicit DeliveryScope(State& state) : state_(state), outer_(innermost) {
+  explicit DeliveryScope(State& state) : state_(state), outer_(innermost()) {
     for (const DeliveryScope* scope = outer_; scope; scope = scope->outer_)
       nested_ |= &scope->state_ == &state;
     if (!nested_) state.delivery_mutex.lock();
-    innermost = this;
+    innermost() = this;
   }
   DeliveryScope(const DeliveryScope&) = delete;
   DeliveryScope& operator=(const DeliveryScope&) = delete;
   ~DeliveryScope() {
-    innermost = outer_;
+    innermost() = outer_;
     if (!nested_) state_.delivery_mutex.unlock();
   }
 
   bool nested() const { return nested_; }
 
  private:
-  static thread_local const DeliveryScope* innermost;
+  static const DeliveryScope*& innermost();  // of this thread
 
   State& state_;
   const DeliveryScope* outer_;

@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "display/display_batch.h"
+#include "ui/texts.h"
 
 namespace hvt {
 
@@ -31,6 +32,10 @@ class ReceiveView {
   virtual bool at_tail() const = 0;
   // Display lines, automatic wraps included; 0 when empty.
   virtual std::size_t line_count() const = 0;
+
+  // The language of the view's own menu (Copy, Select all) from its next opening on; English before the first
+  // call. The text held is left as it is.
+  virtual void set_language(Language language) = 0;
 };
 
 }  // namespace hvt

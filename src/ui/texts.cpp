@@ -63,6 +63,8 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::hide_crlf, L"Hide CR/LF", L"CR/LF 감추기"),
     row(TextId::echo_sent, L"Display sent data", L"송신 데이터 표시"),
     row(TextId::clear, L"Clear", L"지우기"),
+    row(TextId::copy, L"Copy", L"복사"),
+    row(TextId::select_all, L"Select all", L"모두 선택"),
 
     row(TextId::transmit, L"Transmit", L"송신"),
     row(TextId::auto_crlf, L"Auto append CR/LF", L"CR/LF 자동 추가"),

@@ -11,16 +11,51 @@ enum class Language { english, korean };
 // Every text that a person can see exists once, as an English/Korean pair (texts.cpp).
 enum class TextId {
   none,
-  refresh, connect, connecting, connected_caption, connection_timeout, seconds,
-  baud, data_bit, stop_bit, parity, parity_none, parity_odd, parity_even, parity_mark, parity_space,
-  receive, ascii, hex, line_break, hide_crlf, echo_sent, clear,
-  transmit, auto_crlf, send,
-  select_port, no_ports,
-  status_ready, status_disconnected,
-  select_port_first, connect_first, cleanup_pending,
+  refresh,
+  connect,
+  connecting,
+  connected_caption,
+  connection_timeout,
+  seconds,
+  baud,
+  data_bit,
+  stop_bit,
+  parity,
+  parity_none,
+  parity_odd,
+  parity_even,
+  parity_mark,
+  parity_space,
+  receive,
+  ascii,
+  hex,
+  line_break,
+  hide_crlf,
+  echo_sent,
+  clear,
+  copy,
+  select_all,
+  transmit,
+  auto_crlf,
+  send,
+  select_port,
+  no_ports,
+  status_ready,
+  status_disconnected,
+  select_port_first,
+  connect_first,
+  cleanup_pending,
   // With a value inside: the functions below fill them in.
-  connecting_to, connected_to, connect_timed_out, receive_loss,
-  line_error, line_error_overflow, line_error_overrun, line_error_parity, line_error_frame, line_error_break,
+  connecting_to,
+  connected_to,
+  connect_timed_out,
+  receive_loss,
+  line_error,
+  line_error_overflow,
+  line_error_overrun,
+  line_error_parity,
+  line_error_frame,
+  line_error_break,
 };
 inline constexpr std::size_t kTextCount = static_cast<std::size_t>(TextId::line_error_break) + 1;
 
@@ -37,8 +72,8 @@ std::wstring receive_loss_text(unsigned long long lost_bytes, Language language)
 // example "RX error: overrun (2)". A count of 1 is not shown; a mask without any of them gives an empty text.
 std::wstring line_error_text(unsigned mask, unsigned long long count, Language language);
 
-// The Korean form of a fixed English message from the layers below, also of those that name a field; any other
-// message (the system's own texts) is given back as is.
+// The Korean form of a fixed English message from the layers below, also of those that name a field; any
+// other message (the system's own texts) is given back as is.
 std::wstring localized_message(std::wstring_view english, Language language);
 
 }  // namespace hvt

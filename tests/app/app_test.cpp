@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -232,7 +233,8 @@ TEST(App, ASentPacketStandsBeforeItsReplyEvenIfTheReplyIsFaster) {
   program.app.command(send_button(0));
   EXPECT_EQ(program.window.status(), L"A transmission is already in progress.");
   program.device->feed({'P', 'O', 'N', 'G'});
-  ASSERT_TRUE(program.device->wait_until_reading());
+  ASSERT_TRUE(program.device->wait_until_read_out());
+  ASSERT_TRUE(program.device->wait_until_reading());  // the next read: PONG is delivered
   program.window.tick();
   EXPECT_EQ(program.window.shown(), L"");
   program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
@@ -248,6 +250,82 @@ TEST(App, AFailedWriteIsToldAndNothingAppearsAsSent) {
   ASSERT_TRUE(program.status_becomes(L"Serial write exceeded 500 ms."));
   program.device->feed({'A'});
   EXPECT_TRUE(program.shows(L"[RX] A"));
+}
+
+TEST(App, AnEndedConnectionHasTheLastWordOverItsBlockedWrite) {
+  struct Case {
+    const char* name;
+    std::function<void(Program&)> end;
+    std::wstring status;
+  };
+  const Case cases[] = {
+      {"disconnect", [](auto& program) { program.app.command(ControlId::connect); }, L"Disconnected"},
+      {"unplug", [](auto& program) { program.device->unplug(L"The serial device was removed."); },
+       L"The serial device was removed."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Program program;
+    program.connect();
+    program.open_transmit(L"PING");
+    program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+    program.app.command(send_button(0));
+    ASSERT_TRUE(program.device->wait_until_write_blocks());
+    c.end(program);
+    ASSERT_TRUE(
+        program.until([&] { return program.window.state(ControlId::connect).caption == L"Connect"; }));
+    program.app.closing();  // the writer has ended by now
+    program.window.deliver();
+    EXPECT_EQ(program.window.status(), c.status);
+    EXPECT_EQ(program.window.shown(), L"");
+  }
+}
+
+TEST(App, ANoisyLineReportsOneAtATimeAndFailedPollsAreShown) {
+  Program program;
+  program.connect();
+  program.device->set_default_errors({.available = true, .mask = kCommFrame});
+  for (int i = 0; i < 200; ++i)
+    program.device->feed_idle();
+  ASSERT_TRUE(program.device->wait_until_read_out());
+  EXPECT_LE(program.window.take_posted().size(),
+            2u);  // one for the status, one the reader may be about to make
+  program.app.message(kTaskMessage, 0, 0);
+  EXPECT_TRUE(program.window.status().starts_with(L"RX error: framing"));
+  program.device->set_default_errors({.available = true});
+  program.device->feed_query_failure(L"The handle is invalid.");
+  program.device->feed_idle();
+  EXPECT_TRUE(program.status_becomes(L"The handle is invalid."));
+}
+
+TEST(App, ARefusedPostOnlyDelaysATask) {
+  Program program;
+  program.window.refuse_posts(true);
+  bool ran = false;
+  program.app.post_to_ui([&] { ran = true; });
+  program.window.refuse_posts(false);
+  program.window.tick();
+  EXPECT_TRUE(ran);
+}
+
+TEST(App, AnUnpluggedPortStaysChosenThroughRefreshes) {
+  std::vector<PortDescription> ports = two_ports();
+  Program program({}, [&] { return ports; });
+  program.connect();
+  program.device->unplug(L"The serial device was removed.");
+  ASSERT_TRUE(program.status_becomes(L"The serial device was removed."));
+  ports = {{L"COM9", L"CP210x"}};
+  program.app.command(ControlId::refresh);
+  EXPECT_EQ(program.window.choice(ControlId::port).entries,
+            (std::vector<std::wstring>{L"COM8", L"COM9 - CP210x"}));
+  ports = two_ports();
+  program.app.command(ControlId::refresh);
+  program.device = std::make_shared<ScriptedTransport>();
+  ASSERT_TRUE(program.until([&] {
+    program.app.command(ControlId::connect);
+    return program.window.state(ControlId::connect).caption != L"Connect";
+  }));
+  ASSERT_TRUE(program.status_becomes(L"Connected to COM8"));
 }
 
 TEST(App, ClearWaitsForAWriteAndThenNothingOldComesBack) {

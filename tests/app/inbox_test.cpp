@@ -91,17 +91,21 @@ TEST(PortSelection, FollowsItsRules) {
   EXPECT_EQ(selection.chosen(), L"COM3");
   EXPECT_EQ(selection.labels(), (std::vector<std::wstring>{L"COM3 - CP210x", L"COM10"}));
 
-  selection.refresh({{L"COM10", L"new"}}, PortSelection::ChosenPort::in_use);
+  selection.mark_used();
+  for (int i = 0; i < 2; ++i)
+    selection.refresh({{L"COM10", L"new"}});
   EXPECT_EQ(selection.chosen(), L"COM3");
-  EXPECT_EQ(selection.labels(), (std::vector<std::wstring>{L"COM10 - new", L"COM3"}));  // bare, no stale text
-  EXPECT_EQ(selection.chosen_row(), 1u);
+  EXPECT_EQ(selection.labels(), (std::vector<std::wstring>{L"COM3", L"COM10 - new"}));  // bare, no stale text
+  selection.refresh(both);
+  EXPECT_EQ(selection.labels().front(), L"COM3 - CP210x");
 
-  selection.refresh({{L"COM10", L"new"}}, PortSelection::ChosenPort::idle);
+  selection.choose(0);  // chosen again and not used since
+  selection.refresh({{L"COM10", L"new"}});
   EXPECT_EQ(selection.chosen(), L"");  // listed is not chosen
   EXPECT_EQ(selection.chosen_row(), std::nullopt);
   selection.choose(0);
   EXPECT_EQ(selection.chosen(), L"COM10");
-  selection.refresh({}, PortSelection::ChosenPort::idle);
+  selection.refresh({});
   EXPECT_TRUE(selection.empty());
 }
 

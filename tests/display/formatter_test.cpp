@@ -48,7 +48,7 @@ std::string marked(const DisplayBatch& batch) {
   constexpr std::string_view kMarks = "nrthclo";
   std::string result;
   char role = 0;
-  for (const DisplayRun& run : batch.runs) {
+  for (const DisplayRun run : batch) {
     for (const wchar_t unit : run.text) {
       if (unit == L'\r') continue;
       const char mark = kMarks[static_cast<std::size_t>(run.role)];
@@ -58,13 +58,6 @@ std::string marked(const DisplayBatch& batch) {
     }
   }
   return result;
-}
-
-std::wstring text_of(const DisplayBatch& batch) {
-  std::wstring text;
-  for (const DisplayRun& run : batch.runs)
-    text += run.text;
-  return text;
 }
 
 constexpr DisplayOptions kPlain{};
@@ -203,9 +196,8 @@ bool same_line(const DisplayLineState& a, const DisplayLineState& b) {
 
 void expect_same(const View& chunked, const View& whole) {
   ASSERT_EQ(marked(chunked.batch), marked(whole.batch));
-  ASSERT_EQ(text_of(chunked.batch), text_of(whole.batch));
-  ASSERT_EQ(chunked.batch.runs.size(), whole.batch.runs.size());
-  ASSERT_EQ(chunked.batch.characters, whole.batch.characters);
+  ASSERT_EQ(chunked.batch.text(), whole.batch.text());
+  ASSERT_EQ(chunked.batch.run_count(), whole.batch.run_count());
   ASSERT_EQ(chunked.batch.raw_rx_bytes, whole.batch.raw_rx_bytes);
   ASSERT_TRUE(same_line(chunked.line, whole.line));
 }
@@ -268,11 +260,11 @@ TEST(Formatter, control_is_what_came_from_cr_and_lf_only) {
   View view;
   view.rx(stream);
   std::wstring control;
-  for (const DisplayRun& run : view.batch.runs) {
+  for (const DisplayRun run : view.batch) {
     if (run.role == ColorRole::control) control += run.text;
   }
   EXPECT_EQ(control, L"<LF><CR>");
-  EXPECT_EQ(text_of(view.batch), format_ascii_tokens(bytes_of(stream)));
+  EXPECT_EQ(view.batch.text(), format_ascii_tokens(bytes_of(stream)));
 }
 
 TEST(Formatter, counts_the_bytes_behind_the_text) {

@@ -28,7 +28,7 @@ class Model {
   explicit Model(std::size_t columns) : columns_(columns) {}
 
   void append(const DisplayBatch& batch) {
-    for (const DisplayRun& run : batch.runs) {
+    for (const DisplayRun run : batch) {
       for (const wchar_t unit : run.text) {
         if (unit == L'\r') continue;
         text_.push_back(unit);
@@ -104,7 +104,7 @@ void expect_same(const ReceiveDocument& document, const Model& model) {
   ASSERT_EQ(document.text(whole), model.text());
 
   std::vector<ColorRole> roles;
-  for (const DisplayRun& run : document.runs(whole))
+  for (const DisplayRun run : document.runs(whole))
     roles.insert(roles.end(), run.text.size(), run.role);
   ASSERT_TRUE(roles == model.roles());
 
@@ -133,7 +133,7 @@ class RandomText {
   // `break_every` 0 gives no line break; wide characters come whole, surrogate pairs included.
   DisplayBatch batch(std::size_t length, std::size_t break_every, bool with_wide) {
     DisplayBatch batch;
-    while (batch.characters < length) {
+    while (batch.characters() < length) {
       std::wstring piece(number(1, 9), static_cast<wchar_t>(L'a' + number(0, 25)));
       if (with_wide && number(0, 7) == 0) piece += number(0, 1) == 0 ? L"\xD55C\xAE00" : L"\xD83D\xDE00";
       if (break_every != 0 && number(0, break_every) == 0) piece += L"\r\n";
@@ -251,7 +251,7 @@ TEST(ReceiveDocument, starts_afresh_after_clear_and_after_trimming_everything) {
     EXPECT_EQ(document.row_count(), 0U);
     document.append(batch_of(L"abcd", ColorRole::timeout));
     EXPECT_EQ(document.row_count(), 1U);
-    EXPECT_EQ(document.runs({document.first(), document.end()}).at(0).role, ColorRole::timeout);
+    EXPECT_EQ((*document.runs({document.first(), document.end()}).begin()).role, ColorRole::timeout);
   }
 }
 

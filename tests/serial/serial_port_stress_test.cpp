@@ -27,6 +27,15 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kNames = 3;
 
+// What the steps came to, so that a run in which nothing happens is a failure.
+struct Seen {
+  std::atomic<int> connected{0};
+  std::atomic<int> refused{0};
+  std::atomic<int> timed_out{0};
+  std::atomic<int> received{0};
+  std::atomic<int> lost{0};
+};
+
 // The driver behind all ports of the test: hands out transports and knows which names are open.
 class RandomDriver {
  public:
@@ -36,6 +45,7 @@ class RandomDriver {
 
   std::atomic<int> live_handles{0};
   std::atomic<bool> opened_twice{false};
+  Seen seen;
   std::array<std::atomic<int>, kNames> open_handles{};
 
  private:
@@ -128,27 +138,27 @@ SerialSettings settings_for(std::size_t name) {
 class CheckedPort {
  public:
   explicit CheckedPort(RandomDriver& driver)
-      : watch_(std::make_shared<Watch>()),
+      : seen_(driver.seen),
+        watch_(std::make_shared<Watch>()),
         port_([&driver](const auto& settings, auto& error) { return driver.open(settings, error); },
-              {.received = [this, w = watch_](const auto&,
-                                              auto) { w->visit([&] { sometimes_disconnect(*w); }); },
+              {.received = [this, w = watch_](const auto&, auto) { w->visit([&] { received(*w); }); },
                .status = [w = watch_](const auto&) { w->visit([] {}); },
-               .lost =
-                   [this, w = watch_](const auto& text) {
-                     w->visit([&] {
-                       if (text.empty()) w->faults |= 4;
-                       sometimes_disconnect(*w);
-                     });
-                   }}) {}
+               .lost = [this, w = watch_](const auto& text) { w->visit([&] { lost(*w, text); }); }}) {}
 
   SerialPort& port() { return port_; }
 
-  void connect(std::size_t name, int timeout_ms) {
-    port_.connect(settings_for(name), timeout_ms, [w = watch_](bool ok, const std::wstring& message) {
-      w->visit([&] {
-        if (!ok && message.empty()) w->faults |= 8;
-      });
+  bool connect(std::size_t name, int timeout_ms) {
+    return port_.connect(settings_for(name), timeout_ms, [this, w = watch_](bool ok, const auto& message) {
+      w->visit([&] { outcome(*w, ok, message); });
     });
+  }
+  // An outcome may never come (a disconnect inside a callback), so not for long.
+  void await_outcome() {
+    const auto limit = std::chrono::steady_clock::now() + 10ms;
+    while (watch_->outcomes == outcomes_awaited_ && std::chrono::steady_clock::now() < limit) {
+      std::this_thread::yield();
+    }
+    outcomes_awaited_ = watch_->outcomes;
   }
 
   struct Watch {
@@ -163,15 +173,33 @@ class CheckedPort {
     std::atomic<int> inside{0};
     std::atomic<int> faults{0};
     std::atomic<unsigned> calls{0};
+    std::atomic<int> outcomes{0};
   };
   std::shared_ptr<Watch> watch() const { return watch_; }
 
  private:
+  void outcome(Watch& watch, bool connected, const std::wstring& message) {
+    if (!connected && message.empty()) watch.faults |= 8;
+    const bool late = message.starts_with(L"Serial connection exceeded");
+    ++(connected ? seen_.connected : late ? seen_.timed_out : seen_.refused);
+    ++watch.outcomes;
+  }
+  void received(Watch& watch) {
+    ++seen_.received;
+    sometimes_disconnect(watch);
+  }
+  void lost(Watch& watch, const std::wstring& text) {
+    ++seen_.lost;
+    if (text.empty()) watch.faults |= 4;
+    sometimes_disconnect(watch);
+  }
   void sometimes_disconnect(Watch& watch) {
     if (++watch.calls % 11 == 0) port_.disconnect();
   }
 
+  Seen& seen_;
   std::shared_ptr<Watch> watch_;
+  int outcomes_awaited_ = 0;
   SerialPort port_;
 };
 
@@ -179,17 +207,22 @@ void random_step(CheckedPort& checked, std::minstd_rand& random) {
   static constexpr std::array<std::uint8_t, 4> kData{1, 2, 3, 4};
   SerialPort& port = checked.port();
   std::wstring error;
-  switch (random() % 10) {
+  switch (random() % 16) {
     case 0:
     case 1:
-    case 2: checked.connect(random() % kNames, 1 + static_cast<int>(random() % 4)); break;
-    case 3: port.disconnect(); break;
-    case 4: port.write(std::span(kData).first(2), error); break;  // unplug
-    case 5: port.write(std::span(kData).first(random() % 8 == 0 ? 3 : 4), error); break;
+    case 2:
+    case 3:
+      if (checked.connect(random() % kNames, 1 + static_cast<int>(random() % 4)) && random() % 4 != 0) {
+        checked.await_outcome();
+      }
+      break;
+    case 4: port.disconnect(); break;
+    case 5: port.write(std::span(kData).first(random() % 4 == 0 ? 3 : 2), error); break;  // unplug
     case 6: port.discard_input(error); break;
     case 7: port.refresh_status(error); break;
     case 8: port.while_undisturbed([] {}); break;
-    default: std::this_thread::sleep_for(std::chrono::microseconds(random() % 1500)); break;
+    case 9: std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000)); break;
+    default: port.write(kData, error); break;
   }
 }
 
@@ -213,6 +246,7 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
       watch->gone = true;
       faults |= watch->faults;
     }
+    if (port) faults |= port->watch()->faults;
   };
   {
     std::vector<std::jthread> threads;
@@ -224,6 +258,11 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
   EXPECT_EQ(faults & 4, 0) << "a loss came without a message";
   EXPECT_EQ(faults & 8, 0) << "a failed connect came without a message";
   EXPECT_FALSE(driver.opened_twice) << "a name was open twice at the same time";
+  EXPECT_GT(driver.seen.connected, 100);
+  EXPECT_GT(driver.seen.refused, 100);
+  EXPECT_GT(driver.seen.timed_out, 10);
+  EXPECT_GT(driver.seen.received, 100);
+  EXPECT_GT(driver.seen.lost, 50);
 
   // Abandoned opens end on their own; the limit only matters when something is broken.
   const auto limit = std::chrono::steady_clock::now() + 20s;

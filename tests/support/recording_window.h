@@ -18,13 +18,14 @@ class PlainReceiveView final : public ReceiveView {
   void begin_update() override {}
   void end_update(bool) override {}
   std::size_t append(const DisplayBatch& batch) override {
-    for (const DisplayRun& run : batch.runs) text_ += run.text;
-    return batch.characters;
+    text_ += batch.text();
+    return batch.characters();
   }
   void trim_head(std::size_t characters) override { text_.erase(0, characters); }
   void clear() override { text_.clear(); }
   bool at_tail() const override { return true; }
   std::size_t line_count() const override { return text_.empty() ? 0 : 1; }
+  void set_language(Language) override {}
 
   const std::wstring& text() const { return text_; }
 
@@ -44,7 +45,8 @@ class RecordingWindow final : public MainWindow {
   void show() override {}
   void apply(std::span<const ControlChange> changes) override {
     writes_ += changes.size();
-    for (const ControlChange& change : changes) states_[index_of(change.id)] = change.state;
+    for (const ControlChange& change : changes)
+      states_[index_of(change.id)] = change.state;
   }
   void place(const Placement& placement) override { placement_ = placement; }
   Metrics measure() const override { return {}; }
@@ -85,7 +87,8 @@ class RecordingWindow final : public MainWindow {
 
   // The message loop: delivers what is posted now.
   void deliver() {
-    for (const unsigned message : take_posted()) events_.message(message, 0, 0);
+    for (const unsigned message : take_posted())
+      events_.message(message, 0, 0);
   }
   void tick() { events_.message(kTimerMessage, timer_, 0); }
   std::vector<unsigned> take_posted() {

@@ -3,8 +3,9 @@
 #   tools/demo/play.sh BUILD OUT          the Linux program of the build folder BUILD
 #   tools/demo/play.sh BUILD OUT WINDOWS  the same scenes with the Windows program of the build folder WINDOWS
 #                                         under Wine (WINEPREFIX names a prefix of tools/wine/prefix.sh)
-# Leaves screenshots, the device's log and summary.txt in OUT; fails when the device saw other bytes than
-# those the program was told to send.
+# Leaves screenshots, the device's log and summary.txt in OUT. Fails when the device received anything but the
+# packets sent, when it was not opened (on Linux: again after its return), or when a picture lacks the colours
+# of what must be on it.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 build=${1:?build folder}; out=${2:?output folder}; windows=${3:-}
@@ -107,7 +108,8 @@ click send_3
 xdotool click --repeat 60 --delay 60 1
 shot 6-stalled 1
 tell resume
-click clear
+tell 'say still here\r\n'
+sleep 0.5
 tell vanish
 shot 7-unplugged 1
 if [ -z "$windows" ]; then   # a device that comes back has another pseudo-terminal: Wine's link would be stale
@@ -129,6 +131,18 @@ wait "$device" 2>/dev/null || true
   grep ' rx ' "$out/device.log" | cut -c1-100 || true
 } >>"$out/summary.txt"
 cat "$out/summary.txt"
-for packet in '49 44 3F 0D 0A' '50 49 4E 47 0D 0A'; do
-  grep -qF " $packet" "$out/device.log" || { echo "demo: the device never received $packet" >&2; exit 1; }
-done
+fail() { echo "demo: $1" >&2; exit 1; }
+sent=$(grep ' rx ' "$out/device.log" | cut -d' ' -f4- | tr '\n' ' ')
+packets='49 44 3F 0D 0A 50 49 4E 47 0D 0A '
+[[ "$sent" == "$packets"* ]] || fail "the device received something else before the two packets: ${sent:0:80}"
+[[ "${sent#"$packets"}" =~ ^((78 ){1400}0D 0A )*(78 ){0,1400}(0D )?$ ]] || fail "the device received damaged packets"
+opened=$(grep -c '^opened' "$out/device.txt")
+[ "$opened" -eq $([ -n "$windows" ] && echo 1 || echo 2) ] || fail "the device was opened $opened times"
+shows() {  # PICTURE COLOR WHAT
+  local pixels
+  pixels=$(convert "$out/$1.png" -fuzz 15% -fill black +opaque "$2" -fill white -opaque "$2" -format '%[fx:w*h*mean]' info:)
+  [ "${pixels%.*}" -gt 20 ] || fail "$1.png does not show $3"
+}
+shows 4-sent '#FF8000' 'received text'
+shows 4-sent '#0000FF' 'sent text'
+shows 7-unplugged '#FF8000' 'what was received before the unplug'

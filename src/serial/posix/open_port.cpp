@@ -103,14 +103,26 @@ UniqueFd open_device(const Target& target, std::wstring& error) {
   return device;
 }
 
-// TIOCEXCL keeps everyone out but the superuser; the advisory lock is for those who ask.
+LineKind line_kind(const UniqueFd& device) {
+  // The majors of the slaves of Unix 98 pseudo-terminals.
+  constexpr unsigned kFirstSlave = 136;
+  constexpr unsigned kLastSlave = 143;
+  struct stat status {};
+  if (::fstat(device.get(), &status) != 0) return LineKind::kHardware;
+  const unsigned kind = major(status.st_rdev);
+  return kFirstSlave <= kind && kind <= kLastSlave ? LineKind::kPseudoTerminal : LineKind::kHardware;
+}
+
+// The advisory lock is for programs that ask; TIOCEXCL keeps out everyone else but the superuser. A
+// pseudo-terminal gets the lock only: it would stay exclusive after a refused open or a crash, for as long as
+// its master lives.
 bool claim(const UniqueFd& device, const Target& target, std::wstring& error) {
   if (::flock(device.get(), LOCK_EX | LOCK_NB) != 0) {
     const int code = errno;
     error = code == EWOULDBLOCK ? busy_text(target) : open_failure_text(target, code);
     return false;
   }
-  ::ioctl(device.get(), TIOCEXCL);
+  if (line_kind(device) == LineKind::kHardware) ::ioctl(device.get(), TIOCEXCL);
   return true;
 }
 
@@ -144,16 +156,6 @@ bool set_modem_lines(const UniqueFd& device, const SerialSettings& settings, con
     return false;
   }
   return true;
-}
-
-LineKind line_kind(const UniqueFd& device) {
-  // The majors of the slaves of Unix 98 pseudo-terminals.
-  constexpr unsigned kFirstSlave = 136;
-  constexpr unsigned kLastSlave = 143;
-  struct stat status {};
-  if (::fstat(device.get(), &status) != 0) return LineKind::kHardware;
-  const unsigned kind = major(status.st_rdev);
-  return kFirstSlave <= kind && kind <= kLastSlave ? LineKind::kPseudoTerminal : LineKind::kHardware;
 }
 
 // What the driver made of the settings; it may change them without failing.

@@ -11,8 +11,10 @@
 #include <array>
 #include <cerrno>
 #include <stdexcept>
+#include <thread>
 
 #include "base/posix/error_text.h"
+#include "serial/driver_call.h"
 
 namespace hvt {
 namespace {
@@ -22,6 +24,11 @@ using Clock = std::chrono::steady_clock;
 // A terminal hands out at most 4,095 bytes at a time. A read that brings much less has emptied the queue, and
 // another one would only delay what is already here.
 constexpr std::ptrdiff_t kMoreIsLikely = 2048;
+
+// Time that bytes already written get to leave the driver's queue before the device is closed: 500 bytes at
+// 9600 baud. Longer, and a disconnect would be felt.
+constexpr std::chrono::milliseconds kDrainLimit{500};
+constexpr std::chrono::milliseconds kDrainStep{2};
 
 struct ErrorKind {
   int ErrorCounts::*count;
@@ -35,11 +42,6 @@ constexpr std::array kErrorKinds{
 // What the drivers answer after an unplug, besides a read of zero bytes.
 bool means_removed(int code) {
   return code == EIO || code == ENODEV || code == ENXIO;
-}
-
-bool fail(std::wstring& error, std::wstring_view text) {
-  error = text;
-  return false;
 }
 
 bool fail_with_code(std::wstring& error, int code) {
@@ -77,9 +79,23 @@ TtyTransport::TtyTransport(UniqueFd device)
 
 TtyTransport::~TtyTransport() {
   cancel();
+  drain_output();
   // Without this the close waits, with some drivers for 30 s, until a stalled device has taken everything.
-  ::ioctl(device_.get(), TCFLSH, TCOFLUSH);
+  // A pseudo-terminal reports an empty queue and loses nothing in a plain close.
+  if (output_queued() > 0) ::ioctl(device_.get(), TCFLSH, TCOFLUSH);
   ::ioctl(device_.get(), TIOCNXCL);
+}
+
+int TtyTransport::output_queued() const {
+  int bytes = 0;
+  return ::ioctl(device_.get(), TIOCOUTQ, &bytes) == 0 ? bytes : 0;
+}
+
+// What write() promised to the user is still on its way out of the driver's queue.
+void TtyTransport::drain_output() const {
+  const auto deadline = Clock::now() + kDrainLimit;
+  while (output_queued() > 0 && Clock::now() < deadline)
+    std::this_thread::sleep_for(kDrainStep);
 }
 
 void TtyTransport::cancel() {

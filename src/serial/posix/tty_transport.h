@@ -35,7 +35,8 @@ std::uint32_t errors_between(const ErrorCounts& before, const ErrorCounts& now);
 // Threads   as SerialTransport asks. read() and write() share no lock; discard_input() and query_errors()
 //           share one with the moment of taking bytes, never with waiting for them.
 // Owns      the descriptor, and with it the exclusive use of the device.
-// Ends      with the destructor, which drops what has not been sent: it never waits for a stalled device.
+// Ends      with the destructor, which gives what has been written half a second to leave and then drops it:
+//           it never waits for a stalled device.
 class TtyTransport final : public SerialTransport {
  public:
   // Throws std::runtime_error when the system has no event left for cancel().
@@ -60,6 +61,8 @@ class TtyTransport final : public SerialTransport {
   Wait wait_for(short events, std::chrono::nanoseconds limit, bool& hung_up, std::wstring& error) const;
   Taken take_bytes(std::size_t& count);
   bool read_error_counts(ErrorCounts& counts) const;
+  int output_queued() const;
+  void drain_output() const;
 
   UniqueFd device_;
   UniqueFd cancel_event_;  // readable from the first cancel() on

@@ -168,10 +168,11 @@ void ReceiveViewWidget::timerEvent(QTimerEvent* event) {
 
 void ReceiveViewWidget::contextMenuEvent(QContextMenuEvent* event) {
   QMenu menu(this);
-  QAction* const copy_action = menu.addAction(QStringLiteral("Copy"), this, [this] { copy(); });
+  const auto caption = [this](TextId id) { return to_qstring(text(id, language_)); };
+  QAction* const copy_action = menu.addAction(caption(TextId::copy), this, [this] { copy(); });
   copy_action->setShortcut(QKeySequence::Copy);
   copy_action->setEnabled(!selection().empty());
-  QAction* const all_action = menu.addAction(QStringLiteral("Select all"), this, [this] { select_all(); });
+  QAction* const all_action = menu.addAction(caption(TextId::select_all), this, [this] { select_all(); });
   all_action->setShortcut(QKeySequence::SelectAll);
   all_action->setEnabled(!document_.empty());
   menu.exec(event->globalPos());

@@ -24,7 +24,7 @@ QColor to_qcolor(Rgb color) {
 }
 
 Rgb gray_text(const QPalette& palette) {
-  const QColor gray = palette.color(QPalette::PlaceholderText);
+  const QColor gray = palette.color(QPalette::Disabled, QPalette::Text);
   return {static_cast<std::uint8_t>(gray.red()), static_cast<std::uint8_t>(gray.green()),
           static_cast<std::uint8_t>(gray.blue())};
 }
@@ -197,7 +197,7 @@ void ReceiveViewWidget::draw_row(QPainter& painter, Row row, int y) const {
 // Draws from `cell` on, in the colours of the roles or in one `color`, and returns the cell after it.
 std::size_t ReceiveViewWidget::draw_range(QPainter& painter, Range range, std::size_t cell, int y,
                                           const QColor* color) const {
-  for (const DisplayRun& run : document_.runs(range)) {
+  for (const DisplayRun run : document_.runs(range)) {
     painter.setPen(color != nullptr ? *color : colors_[static_cast<std::size_t>(run.role)]);
     cell = draw_text(painter, run.text, cell, y);
   }

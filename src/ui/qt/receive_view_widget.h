@@ -22,8 +22,7 @@ std::size_t cells_in(std::wstring_view text);
 // and copy like in any read-only text field.
 //
 // Promises  the cost of a change or a repaint does not depend on how much text is held. Rows in sight keep
-// their
-//           place while text is appended and trimmed, unless end_update() follows. Roles are stored, so
+//           their place while text is appended and trimmed, unless end_update() follows. Roles are stored, so
 //           another appearance is a repaint.
 // Threads   the interface thread.
 // Owns      the document and the selection.
@@ -39,6 +38,7 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
   void clear() override;
   bool at_tail() const override;
   std::size_t line_count() const override { return document_.row_count(); }
+  void set_language(Language language) override { language_ = language; }
 
   void set_appearance(Appearance appearance);
 
@@ -106,6 +106,7 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
   int ascent_ = 12;
   std::array<QColor, kColorRoleCount> colors_;
   Appearance appearance_ = Appearance::light;
+  Language language_ = Language::english;
 
   Position anchor_ = 0;
   Position caret_ = 0;

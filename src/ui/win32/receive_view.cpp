@@ -1,6 +1,8 @@
 #include "ui/win32/receive_view.h"
 
+#include <commctrl.h>
 #include <richedit.h>
+#include <windowsx.h>
 
 #include <algorithm>
 #include <cwchar>
@@ -23,7 +25,7 @@ DisplayBatch normalised(const DisplayBatch& batch) {
   DisplayBatch result;
   bool after_cr = false;
   std::wstring text;
-  for (const DisplayRun& run : batch.runs) {
+  for (const DisplayRun run : batch) {
     text.clear();
     for (const wchar_t unit : run.text) {
       if (unit != L'\n') text.push_back(unit);
@@ -35,18 +37,28 @@ DisplayBatch normalised(const DisplayBatch& batch) {
   return result;
 }
 
-std::wstring whole_text(const DisplayBatch& batch) {
-  std::wstring text;
-  text.reserve(batch.characters);
-  for (const DisplayRun& run : batch.runs)
-    text += run.text;
-  return text;
+enum MenuCommand : UINT { kNoCommand, kCopy, kSelectAll };
+
+// Opens the menu and answers when it is closed.
+UINT pick_from_menu(HWND owner, POINT where, Language language, bool may_copy, bool may_select) {
+  const HMENU menu = CreatePopupMenu();
+  const auto add = [&](MenuCommand command, TextId caption, bool enabled) {
+    AppendMenuW(menu, enabled ? MF_STRING : MF_STRING | MF_GRAYED, command,
+                std::wstring{text(caption, language)}.c_str());
+  };
+  add(kCopy, TextId::copy, may_copy);
+  add(kSelectAll, TextId::select_all, may_select);
+  const BOOL picked =
+      TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, where.x, where.y, 0, owner, nullptr);
+  DestroyMenu(menu);
+  return static_cast<UINT>(picked);
 }
 
 }  // namespace
 
 void RichEditView::attach(HWND control) {
   control_ = control;
+  SetWindowSubclass(control, procedure, 1, reinterpret_cast<DWORD_PTR>(this));
   suspend_undo(control);
   send(EM_EXLIMITTEXT, 0, std::numeric_limits<LONG>::max() - 1);
   send(EM_SETTYPOGRAPHYOPTIONS, 0, TO_ADVANCEDTYPOGRAPHY);
@@ -136,7 +148,7 @@ void RichEditView::restore(const ViewAnchor& anchor) {
 
 std::size_t RichEditView::append(const DisplayBatch& batch) {
   const DisplayBatch text = normalised(batch);
-  if (control_ == nullptr || text.characters == 0) return 0;
+  if (control_ == nullptr || text.characters() == 0) return 0;
   begin_update();
   const LONG before = length();
   insert_at_end(text);
@@ -149,10 +161,10 @@ std::size_t RichEditView::append(const DisplayBatch& batch) {
 void RichEditView::insert_at_end(const DisplayBatch& text) {
   LONG begin = length();
   select(begin, begin);
-  const ColorRole inserted = text.runs.front().role;
+  const ColorRole inserted = (*text.begin()).role;
   set_selection_color(inserted);
-  send(EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(whole_text(text).c_str()));
-  for (const DisplayRun& run : text.runs) {
+  send(EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text.text().c_str()));
+  for (const DisplayRun run : text) {
     const LONG end = begin + static_cast<LONG>(run.text.size());
     if (run.role != inserted) {
       select(begin, end);
@@ -206,6 +218,47 @@ bool RichEditView::fits() const {
 
 std::size_t RichEditView::line_count() const {
   return length() == 0 ? 0 : static_cast<std::size_t>(send(EM_GETLINECOUNT));
+}
+
+LRESULT CALLBACK RichEditView::procedure(HWND control, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                                         DWORD_PTR view) {
+  // The control keeps this click to itself; the system's handling makes WM_CONTEXTMENU of it.
+  if (message == WM_RBUTTONUP) return DefWindowProcW(control, message, first, second);
+  if (message == WM_CONTEXTMENU && reinterpret_cast<RichEditView*>(view)->show_menu(second)) return 0;
+  return DefSubclassProc(control, message, first, second);
+}
+
+// `where` is that of WM_CONTEXTMENU. False for a place beside the text: the scroll bar has a menu of its own.
+bool RichEditView::show_menu(LPARAM where) {
+  POINT point{GET_X_LPARAM(where), GET_Y_LPARAM(where)};
+  if (point.x == -1 && point.y == -1) {  // from the keyboard
+    point = caret_point();
+  } else {
+    RECT client{};
+    GetClientRect(control_, &client);
+    MapWindowPoints(control_, nullptr, reinterpret_cast<POINT*>(&client), 2);
+    if (!PtInRect(&client, point)) return false;
+  }
+  CHARRANGE chosen{};
+  send(EM_EXGETSEL, 0, reinterpret_cast<LPARAM>(&chosen));
+  const UINT command = pick_from_menu(control_, point, language_, chosen.cpMin != chosen.cpMax, length() > 0);
+  if (command == kCopy) send(WM_COPY);
+  if (command == kSelectAll) select(0, -1);
+  return true;
+}
+
+// The end of the selection on the screen, or the nearest place that is in view.
+POINT RichEditView::caret_point() const {
+  CHARRANGE chosen{};
+  send(EM_EXGETSEL, 0, reinterpret_cast<LPARAM>(&chosen));
+  POINTL end{};
+  send(EM_POSFROMCHAR, reinterpret_cast<WPARAM>(&end), chosen.cpMax);
+  RECT client{};
+  GetClientRect(control_, &client);
+  POINT point{std::clamp(end.x, client.left, std::max(client.left, client.right)),
+              std::clamp(end.y, client.top, std::max(client.top, client.bottom))};
+  ClientToScreen(control_, &point);
+  return point;
 }
 
 }  // namespace hvt

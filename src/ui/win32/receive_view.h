@@ -22,14 +22,13 @@ struct ViewAnchor {
 // The receive view as a read-only rich edit control; the control is the document.
 //
 // Promises  text and colour roles appear exactly as appended, each line break as one character; no undo
-// record
-//           is ever kept; selection and visible text stay in place unless the end is followed.
+//           record is ever kept; selection and visible text stay in place unless the end is followed.
 // Threads   the interface thread.
 // Owns      the text inside the control, not the control: its parent window destroys that.
 // Ends      with release() when the control goes; every later call is harmless.
 class RichEditView final : public ReceiveView {
  public:
-  // `control` is a "RICHEDIT50W" window that nobody else writes to.
+  // `control` is a "RICHEDIT50W" window that nobody else writes to; it goes before this object.
   void attach(HWND control);
   void release() { control_ = nullptr; }
 
@@ -43,8 +42,13 @@ class RichEditView final : public ReceiveView {
   void clear() override;
   bool at_tail() const override;
   std::size_t line_count() const override;
+  void set_language(Language language) override { language_ = language; }
 
  private:
+  static LRESULT CALLBACK procedure(HWND control, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                                    DWORD_PTR view);
+  bool show_menu(LPARAM where);
+  POINT caret_point() const;
   LRESULT send(UINT message, WPARAM first = 0, LPARAM second = 0) const;
   LONG length() const;
   // All of the text is in view.
@@ -56,6 +60,7 @@ class RichEditView final : public ReceiveView {
   void restore(const ViewAnchor& anchor);
 
   HWND control_ = nullptr;
+  Language language_ = Language::english;
   int updates_ = 0;  // begin_update() calls that still wait for their end
   ViewAnchor before_;
 };

@@ -112,6 +112,28 @@ TEST(OpenPort, APortInUseIsBusyUntilItsUserLetsGo) {
   EXPECT_EQ(failure_of(settings_for(pty.port())), "opened");
 }
 
+TEST(OpenPort, ARefusedOpenOfAPseudoTerminalLeavesItFreeForEveryUser) {
+  Pty pty;
+  const UniqueFd watcher(::open(pty.path().c_str(), O_RDWR | O_NOCTTY));
+  SerialSettings settings = settings_for(pty.port());
+  settings.stop_bits = kStopBitsOneAndHalf;  // impossible with 8 data bits
+  EXPECT_NE(failure_of(settings), "opened");
+  int exclusive = -1;  // would outlive the open, and the superuser would not notice
+  ASSERT_EQ(::ioctl(watcher.get(), TIOCGEXCL, &exclusive), 0);
+  EXPECT_EQ(exclusive, 0);
+}
+
+TEST(TtyTransport, WhatWasWrittenReachesTheDeviceAlthoughThePortIsClosedAtOnce) {
+  Pty pty;
+  const Bytes packet(8000, 0x55);
+  std::wstring error;
+  auto transport = open_posix_port(settings_for(pty.port()), error);
+  ASSERT_NE(transport, nullptr);
+  ASSERT_TRUE(transport->write(packet, error));
+  transport.reset();
+  EXPECT_EQ(pty.receive(packet.size()), packet);
+}
+
 TEST(OpenPort, SaysWhatIsWrongWithAPath) {
   const std::string program = "/proc/self/exe";
   const std::pair<std::string, std::string> cases[] = {

@@ -5,9 +5,12 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QImage>
+#include <QMenu>
 #include <QScrollBar>
 #include <QTest>
+#include <QTimer>
 #include <functional>
 #include <string>
 #include <vector>
@@ -114,7 +117,9 @@ TEST_F(View, keeps_the_text_at_its_top_when_its_width_changes) {
 }
 
 TEST_F(View, paints_each_role_in_its_colour_and_in_another_appearance_without_new_text) {
-  const Rgb gray{109, 117, 125};
+  const QColor disabled = QApplication::palette().color(QPalette::Disabled, QPalette::Text);
+  const Rgb gray{static_cast<std::uint8_t>(disabled.red()), static_cast<std::uint8_t>(disabled.green()),
+                 static_cast<std::uint8_t>(disabled.blue())};
   for (std::size_t role = 0; role < kColorRoleCount; ++role) {
     view_.append(batch_of(L"HHHHHHHH\r\n", static_cast<ColorRole>(role)));
   }
@@ -182,6 +187,31 @@ TEST_F(View, copies_what_is_selected_with_its_line_breaks) {
     key(Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QApplication::clipboard()->text().toStdString(), one.copied.toStdString()) << one.name;
   }
+}
+
+TEST_F(View, offers_copy_and_select_all_in_its_menu_in_either_language) {
+  // Opens the menu, notes its entries ("-" marks a disabled one) and picks the one of that number, if any.
+  const auto menu = [&](qsizetype pick) {
+    QStringList entries;
+    QTimer::singleShot(0, &view_, [&] {
+      auto* const open = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+      ASSERT_NE(open, nullptr);
+      for (const QAction* action : open->actions())
+        entries << (action->isEnabled() ? QString() : QStringLiteral("-")) + action->text();
+      if (pick >= 0) open->actions().at(pick)->trigger();
+      open->close();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, {5, 5}, view_.mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(view_.viewport(), &event);
+    return entries.join(QLatin1Char(' ')).toStdString();
+  };
+  QApplication::clipboard()->clear();
+  EXPECT_EQ(menu(-1), "-Copy -Select all");
+  view_.append(batch_of(L"text"));
+  EXPECT_EQ(menu(1), "-Copy Select all");
+  view_.set_language(Language::korean);
+  EXPECT_EQ(menu(0), "복사 모두 선택");
+  EXPECT_EQ(QApplication::clipboard()->text().toStdString(), "text");
 }
 
 TEST_F(View, keeps_the_selected_text_selected_while_text_comes_and_goes) {
