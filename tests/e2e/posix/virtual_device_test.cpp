@@ -1,0 +1,204 @@
+// Risk: bytes lost, doubled or reordered between a real line and the program, and a device that comes back
+// unseen. The virtual device runs as a program of its own, found by the name it announces.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "base/posix/unique_fd.h"
+#include "serial/port_list.h"
+#include "serial/serial_port.h"
+#include "tools/virtual_device/pattern.h"
+
+namespace hvt {
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::wstring kLabel = L"ttyV0 - Virtual device";
+
+// A run-time folder of the test's own, so that no other device is listed.
+class PrivateFolder {
+ public:
+  PrivateFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "hvt-test-XXXXXX").string();
+    if (!::mkdtemp(name.data())) throw std::runtime_error("no folder to be had");
+    path_ = name;
+    ::setenv("XDG_RUNTIME_DIR", name.c_str(), 1);
+  }
+  ~PrivateFolder() { std::filesystem::remove_all(path_); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// The tool, steered by its standard input.
+class DeviceProcess {
+ public:
+  explicit DeviceProcess(std::vector<std::string> arguments) {
+    std::array<int, 2> to{};
+    std::array<int, 2> from{};
+    if (::pipe(to.data()) != 0 || ::pipe(from.data()) != 0) throw std::runtime_error("no pipe to be had");
+    const UniqueFd its_input(to[0]);
+    const UniqueFd its_output(from[1]);
+    input_ = UniqueFd(to[1]);
+    output_ = UniqueFd(from[0]);
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, to[0], STDIN_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, from[1], STDOUT_FILENO);
+    for (const int fd : {to[0], to[1], from[0], from[1]})
+      ::posix_spawn_file_actions_addclose(&actions, fd);
+    arguments.insert(arguments.begin(), HVT_VIRTUAL_DEVICE);
+    std::vector<char*> values;
+    for (std::string& argument : arguments)
+      values.push_back(argument.data());
+    values.push_back(nullptr);
+    const int failed =
+        ::posix_spawn(&process_, HVT_VIRTUAL_DEVICE, &actions, nullptr, values.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    if (failed != 0) throw std::runtime_error("the virtual device does not start");
+  }
+  ~DeviceProcess() {
+    tell("quit");
+    ::waitpid(process_, nullptr, 0);
+  }
+
+  void tell(const std::string& command) {
+    const std::string line = command + '\n';
+    EXPECT_EQ(::write(input_.get(), line.data(), line.size()), static_cast<ssize_t>(line.size()));
+  }
+  // The next line that begins with `word`; empty when the device ended before.
+  std::string line(const std::string& word) {
+    std::string text;
+    char c = 0;
+    while (::read(output_.get(), &c, 1) == 1) {
+      if (c != '\n') {
+        text += c;
+      } else if (text.starts_with(word)) {
+        return text;
+      } else {
+        text.clear();
+      }
+    }
+    return {};
+  }
+
+ private:
+  pid_t process_ = 0;
+  UniqueFd input_;
+  UniqueFd output_;
+};
+
+// A connection whose bytes are judged as they come.
+class Receiver {
+ public:
+  explicit Receiver(device::PatternKind kind)
+      : verifier_(kind, device::PatternVerifier::Start::kAtRecordZero),
+        port_({}, {.received = [this](const auto& bytes, auto) { change([&] { verifier_.feed(bytes); }); },
+                   .status = {},
+                   .lost = [this](const auto&) { change([&] { lost_ = true; }); }}) {}
+
+  bool connect(const std::wstring& name) {
+    bool done = false;
+    bool connected = false;
+    const auto outcome = [&](bool ok, const std::wstring&) { change([&] { done = true, connected = ok; }); };
+    return port_.connect({.port = name}, 10'000, outcome) && wait([&] { return done; }) && connected;
+  }
+  bool wait_for_records(std::uint64_t count) {
+    wait([&] { return verifier_.fault() || verifier_.whole_records() >= count; });
+    port_.disconnect();
+    if (verifier_.fault()) ADD_FAILURE() << device::describe(*verifier_.fault());
+    return !verifier_.fault() && verifier_.whole_records() == count;
+  }
+  bool wait_until_lost() {
+    return wait([&] { return lost_; });
+  }
+  std::uint64_t bytes() { return verifier_.bytes(); }
+
+ private:
+  template <typename Function>
+  void change(Function&& function) {
+    {
+      const std::lock_guard lock(mutex_);
+      function();
+    }
+    changed_.notify_all();
+  }
+  template <typename Condition>
+  bool wait(Condition&& condition) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, 60s, condition);
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  device::PatternVerifier verifier_;
+  bool lost_ = false;
+  SerialPort port_;
+};
+
+std::vector<std::wstring> listed() {
+  std::vector<std::wstring> labels;
+  for (const PortDescription& port : list_system_ports())
+    labels.push_back(port_label(port));
+  return labels;
+}
+
+TEST(VirtualDevice, AnUnthrottledFloodArrivesWhole) {
+  const PrivateFolder folder;
+  struct Case {
+    const char* name;
+    device::PatternKind kind;
+    std::vector<std::string> arguments;
+  };
+  constexpr std::uint64_t kRecords = 100'000;
+  const Case cases[] = {
+      {"text", device::PatternKind::kText, {"--flood", "max", "--count", std::to_string(kRecords)}},
+      {"all byte values",
+       device::PatternKind::kBinary,
+       {"--flood", "max", "--binary", "--count", std::to_string(kRecords)}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    DeviceProcess device(c.arguments);
+    ASSERT_TRUE(device.line("ready").starts_with("ready ttyV0 /dev/pts/"));
+    ASSERT_THAT(listed(), testing::Contains(kLabel));
+    Receiver receiver(c.kind);
+    ASSERT_TRUE(receiver.connect(L"ttyV0"));
+    EXPECT_TRUE(receiver.wait_for_records(kRecords)) << "after " << receiver.bytes() << " bytes";
+  }
+}
+
+TEST(VirtualDevice, ComesBackUnderItsNameAfterAnUnplug) {
+  const PrivateFolder folder;
+  DeviceProcess device({"--flood", "20k", "--count", "10"});
+  ASSERT_FALSE(device.line("ready").empty());
+  Receiver first(device::PatternKind::kText);
+  ASSERT_TRUE(first.connect(L"ttyV0"));
+  device.tell("vanish");
+  EXPECT_TRUE(first.wait_until_lost());
+  ASSERT_FALSE(device.line("vanished").empty());
+  EXPECT_THAT(listed(), testing::Not(testing::Contains(kLabel)));
+  EXPECT_FALSE(Receiver(device::PatternKind::kText).connect(L"ttyV0"));
+  device.tell("return");
+  ASSERT_FALSE(device.line("ready").empty());
+  Receiver second(device::PatternKind::kText);
+  ASSERT_TRUE(second.connect(L"ttyV0"));
+  EXPECT_TRUE(second.wait_for_records(10));
+}
+
+}  // namespace
+}  // namespace hvt
