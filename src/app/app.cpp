@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "base/text.h"
@@ -15,7 +14,6 @@ namespace {
 
 constexpr std::uintptr_t kDisplayTimer = 1;
 constexpr unsigned kDisplayTimerMilliseconds = 50;
-constexpr std::wstring_view kTransmissionBusy = L"A transmission is already in progress.";
 
 template <typename Strings>
 std::vector<std::wstring> entries_of(const Strings& strings) {
@@ -32,7 +30,8 @@ std::wstring message_of(const std::exception& error) {
 App::App(TransportFactory factory, PortSource port_source)
     : port_source_(std::move(port_source)),
       inbox_([this] { wake_display(); }),
-      serial_(std::move(factory), serial_callbacks()) {}
+      serial_(std::move(factory), serial_callbacks()),
+      engine_(waits_, engine_link()) {}
 
 App::~App() {
   closing();
@@ -113,7 +112,6 @@ Size App::minimum_client_size(int proposed_width) {
 void App::closing() {
   if (std::exchange(closed_, true)) return;
   disconnect();
-  if (writer_.joinable()) writer_.join();
 }
 
 void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
@@ -207,10 +205,9 @@ void App::connect_ended(std::uint64_t attempt, bool connected, const std::wstrin
   if (attempt != attempt_) return;  // cancelled meanwhile
   facts_.link = connected ? LinkState::connected : LinkState::disconnected;
   update_controls();
-  const std::wstring timed_out = L"Serial connection exceeded " + std::to_wstring(seconds * 1000) + L" ms.";
   if (connected) {
     show_status(connected_to_text(ports_.chosen(), message, facts_.language));
-  } else if (message == timed_out) {
+  } else if (message == connect_timeout_text(seconds * 1000)) {
     show_error(connect_timed_out_text(seconds, facts_.language));
   } else {
     show_error(message);
@@ -219,7 +216,9 @@ void App::connect_ended(std::uint64_t attempt, bool connected, const std::wstrin
 
 void App::disconnect() {
   ++attempt_;
-  serial_.disconnect();
+  engine_.stop();
+  serial_.disconnect();  // ends a write in progress, so that the worker can be joined at once
+  engine_.stop_and_join();
   if (facts_.link == LinkState::disconnected) return;
   facts_.link = LinkState::disconnected;
   if (!window_) return;
@@ -241,6 +240,7 @@ SerialPort::Callbacks App::serial_callbacks() {
 
 void App::connection_lost(std::uint64_t attempt, const std::wstring& message) {
   if (attempt != attempt_) return;
+  engine_.stop();
   facts_.link = LinkState::disconnected;
   update_controls();
   show_error(message);
@@ -273,36 +273,43 @@ void App::send(std::size_t row) {
   } catch (const std::runtime_error& error) {
     return show_error(message_of(error));
   }
-  // A device that takes nothing may block the write for half a second: not on this thread.
-  if (sending_.exchange(true)) return show_error(kTransmissionBusy);
-  const auto write = [this, bytes = std::move(bytes), options = display_options(),
-                      attempt = attempt_.load()] {
-    std::wstring error;
-    if (!direct_write(bytes, options, error)) post_to_ui([=, this] { write_failed(attempt, error); });
-    sending_ = false;
-  };
-  try {
-    writer_ = std::jthread(write);
-  } catch (const std::system_error&) {
-    sending_ = false;
-    show_error(L"Could not start the transmission worker.");
-  }
+  std::wstring error;
+  const auto sink = [this](const RepeatEvent& event) { on_repeat(event); };
+  if (!engine_.send_manual(bytes, {}, sink, {}, error)) show_error(error);
 }
 
-// An error of a connection that has ended meanwhile is not told: how it ended is.
-void App::write_failed(std::uint64_t attempt, const std::wstring& message) {
-  if (attempt == attempt_ && facts_.link == LinkState::connected) show_error(message);
-}
-
-bool App::direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options,
-                       std::wstring& error) {
+bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error) {
+  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
   if (!inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options)) {
-    error = kTransmissionBusy;
+    error = L"A transmission is already in progress.";
     return false;
   }
   const bool written = serial_.write(bytes, error);
   inbox_.end_sent(written ? Inbox::Written::yes : Inbox::Written::no);
   return written;
+}
+
+RepeatEngine::Link App::engine_link() {
+  return {
+      .write = [this](std::span<const std::uint8_t> bytes,
+                      std::wstring& error) { return direct_write(bytes, error); },
+      .disconnect = [this] { write_broke_ = true; },  // together with the message, which follows
+  };
+}
+
+void App::on_repeat(const RepeatEvent& event) {
+  if (event.kind != RepeatEventKind::failed) return;  // the inbox has what was sent
+  const auto connection = write_broke_.exchange(false) ? Connection::broken : Connection::good;
+  post_to_ui([this, attempt = attempt_.load(), message = event.message, connection] {
+    run_failed(attempt, message, connection);
+  });
+}
+
+// An error of a connection that has ended meanwhile is not told: how it ended is.
+void App::run_failed(std::uint64_t attempt, const std::wstring& message, Connection connection) {
+  if (attempt != attempt_ || facts_.link != LinkState::connected) return;
+  if (connection == Connection::broken) disconnect();
+  show_error(message);
 }
 
 // Receiving and the display
@@ -330,6 +337,7 @@ void App::clear_display(bool undisturbed) {
   const auto clear = [this] {
     inbox_.clear();
     pump_->clear();
+    cancel_waits(*waits_, std::chrono::steady_clock::now());
     lost_bytes_ = 0;
   };
   if (!undisturbed) return clear();
@@ -374,6 +382,7 @@ void App::toggle(bool Facts::*fact) {
 // Showing
 
 void App::update_controls() {
+  sent_options_.with([&](DisplayOptions& options) { options = display_options(); });
   const ControlStates states = rules(facts_);
   std::vector<ControlChange> changes;
   for (const ControlRow& row : kControls) {

@@ -7,7 +7,6 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "app/display_pump.h"
@@ -16,6 +15,7 @@
 #include "app/task_queue.h"
 #include "base/guarded.h"
 #include "serial/serial_port.h"
+#include "transmit/repeat_engine.h"
 #include "ui/main_window.h"
 
 namespace hvt {
@@ -26,8 +26,9 @@ namespace hvt {
 // Promises  workers never touch the window; every task posted runs in order, exactly once; at most one wake
 //           of the display is under way; only controls whose state changed are written to.
 // Threads   the interface thread, except post_to_ui(), on_receive() and direct_write().
-// Owns      the connection, the inbox, the display pump and the facts that the controls show.
-// Ends      with closing() or the destructor: connection ended, writer joined. The window outlives it or is
+// Owns      the connection, the transmission engine, the inbox, the display pump and the facts that the
+//           controls show.
+// Ends      with closing() or the destructor: connection ended, workers joined. The window outlives it or is
 //           taken away before with detach().
 class App final : public WindowEvents {
  public:
@@ -45,9 +46,11 @@ class App final : public WindowEvents {
   void connect();
   void disconnect();
   void send(std::size_t row);
-  // Any thread but the interface thread's event handlers: one write of prepared bytes, shown as a sent packet
-  // when `options` say so. False with a message: a write is in progress, or the connection's error.
-  bool direct_write(std::span<const std::uint8_t> bytes, const DisplayOptions& options, std::wstring& error);
+  // Any thread but the interface thread, which a stalled device would hold up: one write of prepared bytes,
+  // shown as a sent packet. False with a message: a write is in progress, or the connection's error.
+  bool direct_write(std::span<const std::uint8_t> bytes, std::wstring& error);
+  // Transmission worker: a step of a run.
+  void on_repeat(const RepeatEvent& event);
   // Connection thread: takes the bytes and wakes the interface thread.
   void on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time);
   // With `undisturbed` no received chunk is delivered in the middle of the clear.
@@ -65,9 +68,11 @@ class App final : public WindowEvents {
 
  private:
   SerialPort::Callbacks serial_callbacks();
+  RepeatEngine::Link engine_link();
   void on_status(const SerialStatus& status);
   void show_line_status(std::uint64_t attempt);
-  void write_failed(std::uint64_t attempt, const std::wstring& message);
+  enum class Connection { good, broken };
+  void run_failed(std::uint64_t attempt, const std::wstring& message, Connection connection);
 
   void refresh_ports();
   void show_ports();
@@ -112,8 +117,10 @@ class App final : public WindowEvents {
 
   Inbox inbox_;
   SerialPort serial_;
-  std::atomic<bool> sending_{false};  // writer_ has work
-  std::jthread writer_;
+  Guarded<DisplayOptions> sent_options_;  // how a packet written now is shown; read by the worker
+  std::atomic<bool> write_broke_{false};  // the run in progress ends because a write failed
+  const std::shared_ptr<ResponseWaitSlot> waits_ = std::make_shared<ResponseWaitSlot>();
+  RepeatEngine engine_;
 };
 
 }  // namespace hvt

@@ -79,7 +79,7 @@ SerialPort::OpenedPort SerialPort::Workers::take_outcome(Attempt& attempt, int t
   lock.unlock();
   if (opened.transport) opened.transport->cancel();
   opened.close();
-  message = L"Serial connection exceeded " + std::to_wstring(timeout_ms) + L" ms.";
+  message = connect_timeout_text(timeout_ms);
   return {};
 }
 

@@ -16,6 +16,10 @@ constexpr std::wstring_view kConnectFirst = L"Connect to a COM port first.";
 
 }  // namespace
 
+std::wstring connect_timeout_text(int timeout_ms) {
+  return L"Serial connection exceeded " + std::to_wstring(timeout_ms) + L" ms.";
+}
+
 const SerialPort::DeliveryScope*& SerialPort::DeliveryScope::innermost() {
   thread_local const DeliveryScope* scope = nullptr;
   return scope;

@@ -13,6 +13,9 @@
 
 namespace hvt {
 
+// The message of an attempt that took too long: "Serial connection exceeded 3000 ms."
+std::wstring connect_timeout_text(int timeout_ms);
+
 // At most one live connection to one port, with every thread and every blocking driver call behind it.
 //
 // Promises  connect() returns at once, however long the driver's open takes; an open that outlives its

@@ -230,8 +230,6 @@ TEST(App, ASentPacketStandsBeforeItsReplyEvenIfTheReplyIsFaster) {
   program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
   program.app.command(send_button(0));
   ASSERT_TRUE(program.device->wait_until_write_blocks());
-  program.app.command(send_button(0));
-  EXPECT_EQ(program.window.status(), L"A transmission is already in progress.");
   program.device->feed({'P', 'O', 'N', 'G'});
   ASSERT_TRUE(program.device->wait_until_read_out());
   ASSERT_TRUE(program.device->wait_until_reading());  // the next read: PONG is delivered
@@ -241,15 +239,40 @@ TEST(App, ASentPacketStandsBeforeItsReplyEvenIfTheReplyIsFaster) {
   EXPECT_TRUE(program.shows(L"[TX] PING<CR><LF>\r\n[RX] PONG"));
 }
 
-TEST(App, AFailedWriteIsToldAndNothingAppearsAsSent) {
+TEST(App, ABurstOfClicksIsSentOnceEachInOrder) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  std::vector<ScriptedTransport::Bytes> expected;
+  std::wstring shown;
+  for (int i = 0; i < 24; ++i) {  // the first write blocks; each packet is what it was at its click
+    const wchar_t letter = static_cast<wchar_t>(L'a' + i);
+    program.window.type(packet_field(0), std::wstring(1, letter));
+    program.app.command(packet_field(0));
+    expected.push_back({static_cast<std::uint8_t>(letter)});
+    shown.append(i == 0 ? L"[TX] " : L"\r\n[TX] ").push_back(letter);
+  }
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
+  EXPECT_TRUE(program.shows(shown));
+  EXPECT_EQ(program.device->writes(), expected);
+}
+
+TEST(App, AFailedWriteIsToldOnceAndNothingAppearsAsSent) {
   Program program;
   program.connect();
   program.open_transmit(L"PING");
-  program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Serial write exceeded 500 ms.");
-  program.app.command(send_button(0));
-  ASSERT_TRUE(program.status_becomes(L"Serial write exceeded 500 ms."));
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  for (int i = 0; i < 5; ++i)
+    program.app.command(send_button(0));
+  ASSERT_TRUE(program.device->wait_until_write_blocks());
   program.device->feed({'A'});
-  EXPECT_TRUE(program.shows(L"[RX] A"));
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Serial write exceeded 500 ms.");
+  ASSERT_TRUE(program.status_becomes(L"Serial write exceeded 500 ms."));
+  EXPECT_EQ(program.window.state(ControlId::connect).caption, L"Connect");
+  program.window.tick();
+  EXPECT_TRUE(program.window.shown().find(L"PING") == std::wstring::npos) << "shown as sent";
+  EXPECT_TRUE(program.device->writes().empty());
 }
 
 TEST(App, AnEndedConnectionHasTheLastWordOverItsBlockedWrite) {
