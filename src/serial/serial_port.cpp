@@ -145,11 +145,7 @@ void SerialPort::disconnect() {
 }
 
 bool SerialPort::write(std::span<const std::uint8_t> data, std::wstring& error) {
-  std::shared_ptr<Connection> connection;
-  {
-    const std::lock_guard lock(state_->state_mutex);
-    connection = state_->connection;
-  }
+  const auto connection = state_->current_connection();
   if (!connection) return fail(error, kConnectFirst);
   const TransportUse transport(*connection);
   if (!transport) return fail(error, kConnectionClosed);
@@ -158,11 +154,7 @@ bool SerialPort::write(std::span<const std::uint8_t> data, std::wstring& error) 
 
 bool SerialPort::discard_input(std::wstring& error) {
   const DeliveryScope delivery(*state_);  // a chunk in delivery comes before, every later one is checked
-  std::shared_ptr<Connection> connection;
-  {
-    const std::lock_guard lock(state_->state_mutex);
-    connection = state_->connection;
-  }
+  const auto connection = state_->current_connection();
   if (!connection) return fail(error, kConnectFirst);
   const TransportUse transport(*connection);
   if (!transport) return fail(error, kConnectionClosed);

@@ -112,6 +112,11 @@ struct SerialPort::State {
     return !shutting_down && generation == wanted;
   }
 
+  std::shared_ptr<Connection> current_connection() {
+    const std::lock_guard lock(state_mutex);
+    return connection;
+  }
+
   const TransportFactory factory;
   const Callbacks callbacks;
 
