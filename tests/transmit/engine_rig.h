@@ -113,7 +113,7 @@ class EngineRig {
   }
   void clear() { cancel_waits(*slot, system->now()); }
 
-  // The action runs once, on the worker, when the entry is logged. Not for "1", which comes in a turn.
+  // The action runs once, on the worker, when the entry is logged; at "1" it must not use the slot.
   void at(const std::string& entry, std::function<void()> action) {
     const std::lock_guard lock(mutex_);
     actions_[entry] = std::move(action);
