@@ -36,13 +36,14 @@ class TransportRig {
 
 // What the transport at hand can show; the contract skips nothing else.
 struct RigTraits {
-  bool idle_return = false;     // read() returns empty after a silence
-  bool write_blocks = false;    // a long write to a stalled device waits
-  bool write_deadline = false;  // ... and ends after 500 ms
-  bool unplug = false;          // the device can vanish
-  bool discard = false;         // discard_input() does something
-  bool overtakes = false;       // read_is_current() knows about discards
-  bool device_end = false;      // the device does not simply send back what it is sent
+  bool idle_return = false;        // read() returns empty after a silence
+  bool write_blocks = false;       // a long write to a stalled device waits
+  bool write_deadline = false;     // ... and ends after 500 ms
+  bool unplug = false;             // the device can vanish
+  bool discard = false;            // discard_input() does something
+  bool overtakes = false;          // read_is_current() knows about discards
+  bool discard_ends_read = false;  // the read in progress takes nothing that comes after a discard
+  bool device_end = false;         // the device does not simply send back what it is sent
 };
 
 struct RigKind {

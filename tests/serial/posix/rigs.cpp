@@ -42,6 +42,7 @@ std::vector<RigKind> system_rig_kinds() {
             .unplug = true,
             .discard = true,
             .overtakes = true,
+            .discard_ends_read = true,
             .device_end = true},
            [] { return std::make_unique<PtyRig>(); }}};
 }

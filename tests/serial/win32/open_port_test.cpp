@@ -12,6 +12,7 @@
 #include "base/win32/unique_handle.h"
 #include "serial/win32/line_control.h"
 #include "serial/win32/stream_transport.h"
+#include "tests/support/time_limit.h"
 
 namespace hvt::test {
 namespace {
@@ -164,6 +165,7 @@ TEST(StreamTransport, DeviceCallsLeaveAStreamThatIsNoSerialDeviceAlone) {
   EXPECT_TRUE(pipe.transport->query_errors(errors, error));
   EXPECT_FALSE(errors.available);
   std::vector<std::uint8_t> buffer;
+  const TimeLimit limit("what the device sent", [&pipe] { pipe.transport->cancel(); });
   ASSERT_TRUE(pipe.transport->read(buffer, error));
   EXPECT_EQ(buffer, (std::vector<std::uint8_t>{'a', 'b', 'c'}));
   EXPECT_TRUE(pipe.transport->read_is_current());

@@ -101,6 +101,9 @@ std::vector<RigKind> system_rig_kinds() {
        [] { return std::make_unique<PipeRig>(); }},
   };
   if (mapped_ports_available()) {
+    // No discard_ends_read: PurgeComm of Wine aborts nothing, and while Wine is about to hand bytes to a
+    // waiting read, CancelIoEx does not find it (ERROR_NOT_FOUND). That read goes on and takes what comes for
+    // 50 ms. The drivers of Windows end it within PurgeComm.
     kinds.push_back({"MappedPort",
                      {.idle_return = true,
                       .write_blocks = true,
