@@ -1,4 +1,4 @@
-# hvt_layer(name SOURCES ... WIN32 ... POSIX ... QT ... DEPENDS ... LINK_WIN32 ... LINK_POSIX ...)
+# hvt_layer(name SOURCES ... WIN32 ... POSIX ... DEPENDS ... LINK_WIN32 ... LINK_POSIX ...)
 #
 # One folder of src/ as one library. DEPENDS is the dependency rule: a layer sees only what it names here.
 function(hvt_layer name)

@@ -1,7 +1,6 @@
 #include "base/text.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
@@ -15,9 +14,6 @@ constexpr bool kPathsAreWide = std::is_same_v<std::filesystem::path::string_type
 
 constexpr bool is_high_surrogate(std::uint32_t unit) {
   return unit >= 0xD800 && unit <= 0xDBFF;
-}
-constexpr bool is_low_surrogate(std::uint32_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
 // A decoded character and the units or bytes it took; length 0 where the text is malformed.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -24,6 +25,11 @@ std::wstring utf8_to_utf16_lossy(std::string_view bytes);
 // utf16_to_utf8(), and path_text() shows a name that is no UTF-8 as utf8_to_utf16_lossy() does.
 std::filesystem::path to_path(std::wstring_view text);
 std::wstring path_text(const std::filesystem::path& path);
+
+// The second unit of a pair, which stands for no character of its own.
+constexpr bool is_low_surrogate(std::uint32_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
 
 // Upper case of the 26 ASCII letters; everything else unchanged, whatever the locale.
 std::wstring ascii_upper(std::wstring_view text);

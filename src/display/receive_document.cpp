@@ -4,6 +4,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "base/text.h"
+
 namespace hvt {
 namespace {
 
@@ -24,10 +26,6 @@ constexpr std::size_t run_begin(std::uint16_t run) {
 }
 constexpr ColorRole run_role(std::uint16_t run) {
   return static_cast<ColorRole>(run & ((1U << kRoleBits) - 1U));
-}
-
-constexpr bool is_low_surrogate(wchar_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
 bool is_ascii(std::wstring_view text) {

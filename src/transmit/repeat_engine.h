@@ -67,8 +67,7 @@ class RepeatEngine {
 
   using EventSink = std::function<void(const RepeatEvent&)>;
   // What became of a packet that waited: the timing of its response, or nothing when it timed out; no call
-  // for a cancelled wait. For those who follow a run; the display has it from elsewhere already. May be
-  // empty.
+  // for a cancelled wait. For who follows a run: the display has it from elsewhere already. May be empty.
   using TimingSink = std::function<void(std::optional<ReceiveTimingInfo>)>;
 
   struct WaitOptions {

@@ -15,7 +15,7 @@
 
 namespace hvt {
 
-// What the engine and its worker share. Nothing is called with the mutex held but the start of a thread.
+// What the engine and its worker share. Nothing is called with the mutex held.
 struct RepeatEngine::State {
   struct Entry {
     Bytes bytes;
@@ -42,9 +42,8 @@ struct RepeatEngine::State {
 
 // One run on its thread.
 //
-// Promises  engine idle, waits cancelled unless the run ended normally, disconnect when a manual write
-// failed,
-//           last event: in this order, whatever happens.
+// Promises  ends, whatever happens, in this order: the engine is idle, the waits are cancelled unless the run
+//           ended normally, the disconnect is requested when a manual write failed, the last event.
 // Threads   the worker's own.
 // Owns      the run's packets and sinks.
 // Ends      with the run.

@@ -90,6 +90,11 @@ inline const ControlRow& control(ControlId id) {
   return kControls[index_of(id)];
 }
 
+// Names the part of the window below it, so it is drawn bold.
+constexpr bool heads_group(const ControlRow& row) {
+  return row.kind == ControlKind::title || row.id == ControlId::transmit;
+}
+
 // Rows 0 to 9 of the transmit panel.
 constexpr ControlId packet_field(std::size_t row) {
   return static_cast<ControlId>(index_of(ControlId::packet_1) + 2 * row);

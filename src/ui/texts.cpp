@@ -6,6 +6,7 @@
 #include <iterator>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "serial/serial_status.h"
 #include "serial/transport_limits.h"
@@ -116,6 +117,9 @@ constexpr Pair kMessages[]{
     {kWriteStuck, L"시리얼 송신이 진행되지 않았습니다."},
     {L"Could not discard serial input.", L"시리얼 수신 데이터를 비울 수 없습니다."},
     {L"Could not query serial communication status.", L"시리얼 통신 상태를 조회할 수 없습니다."},
+    {L"The serial device was removed.", L"시리얼 장치가 제거되었습니다."},
+    {L"1.5 stop bits are only possible with 5 data bits.",
+     L"정지 비트 1.5는 데이터 비트가 5일 때만 사용할 수 있습니다."},
     {L"Simulated write failure", L"모의 송신 실패"},
 
     // Packets
@@ -176,6 +180,39 @@ constexpr Pair kFields[]{
     {L"RX timeout (10-99999999 ms)", L"RX 타임아웃 (10-99999999 ms)"},
 };
 
+// Messages about a port; its name, a group's name or the system's own words inside stay as they are.
+constexpr Pair kPortMessages[]{
+    {L"{} is in use by another program.", L"{} 포트를 다른 프로그램에서 사용 중입니다."},
+    {L"{} is not a serial device.", L"시리얼 장치가 아닙니다: {}"},
+    {L"{} refused the line settings: {}", L"{} 포트가 통신 설정을 거부했습니다: {}"},
+    {L"There is no port {}.", L"{} 포트가 없습니다."},
+    {L"There is no device behind {}.", L"{} 포트에 연결된 장치가 없습니다."},
+    {L"Could not open {}: {}", L"{} 포트를 열 수 없습니다: {}"},
+    {L"No permission to open {}: join the group {} and log in again.",
+     L"{} 포트를 열 권한이 없습니다. {} 그룹에 사용자를 추가한 후 다시 로그인하세요."},
+    {L"No permission to open {} (group {}): ask the administrator for access.",
+     L"{} 포트를 열 권한이 없습니다(그룹 {}). 관리자에게 접근 권한을 요청하세요."},
+};
+
+// The notice that a device replaced settings: a list of changes, each with two values.
+constexpr Pair kSettingsNotice{L"The device set {}.", L"장치가 설정을 바꾸었습니다: {}."};
+constexpr std::wstring_view kKoreanChange = L"{} {} (요청: {})";
+struct SettingRow {
+  std::wstring_view english;
+  TextId setting;
+};
+constexpr SettingRow kSettingChanges[]{
+    {L"{} baud instead of {}", TextId::baud},
+    {L"{} data bits instead of {}", TextId::data_bit},
+    {L"{} parity instead of {}", TextId::parity},
+    {L"{} stop bits instead of {}", TextId::stop_bit},
+};
+constexpr SettingRow kSettingValues[]{
+    {L"no", TextId::parity_none},   {L"odd", TextId::parity_odd},     {L"even", TextId::parity_even},
+    {L"mark", TextId::parity_mark}, {L"space", TextId::parity_space},
+};
+constexpr Pair kUnknownValue{L"unknown ({})", L"알 수 없음({})"};
+
 struct LineErrorRow {
   std::uint32_t bit;
   TextId name;
@@ -186,24 +223,41 @@ constexpr LineErrorRow kLineErrors[]{
     {kCommBreak, TextId::line_error_break},
 };
 
-std::wstring fill(std::wstring_view pattern, std::wstring_view value) {
-  std::wstring filled{pattern};
-  filled.replace(filled.find(kSlot), kSlot.size(), value);
-  return filled;
+using Values = std::vector<std::wstring_view>;
+
+// As many values as the pattern has slots; what a value holds is never taken for a slot.
+std::wstring fill(std::wstring_view pattern, const Values& values) {
+  std::wstring filled;
+  for (const std::wstring_view value : values) {
+    const std::size_t slot = pattern.find(kSlot);
+    filled.append(pattern.substr(0, slot)).append(value);
+    pattern.remove_prefix(slot + kSlot.size());
+  }
+  return filled.append(pattern);
 }
 
 std::wstring fill(TextId pattern, std::wstring_view value, Language language) {
-  return fill(text(pattern, language), value);
+  return fill(text(pattern, language), {value});
 }
 
-// The value inside `message` when it has the form of `pattern`.
-std::optional<std::wstring_view> match(std::wstring_view message, std::wstring_view pattern) {
-  const std::wstring_view lead = pattern.substr(0, pattern.find(kSlot));
-  const std::wstring_view tail = pattern.substr(lead.size() + kSlot.size());
-  if (message.size() < lead.size() + tail.size() || !message.starts_with(lead) || !message.ends_with(tail)) {
-    return std::nullopt;
+// The values inside `message`, each as short as possible, when it has the form of `pattern`.
+std::optional<Values> match(std::wstring_view message, std::wstring_view pattern) {
+  Values values;
+  std::size_t slot = pattern.find(kSlot);
+  if (!message.starts_with(pattern.substr(0, slot))) return std::nullopt;
+  while (slot != std::wstring_view::npos) {
+    message.remove_prefix(slot);
+    pattern.remove_prefix(slot + kSlot.size());
+    slot = pattern.find(kSlot);
+    const std::wstring_view behind = pattern.substr(0, slot);
+    const bool is_last = slot == std::wstring_view::npos;
+    if (is_last && !message.ends_with(behind)) return std::nullopt;
+    const std::size_t end = is_last ? message.size() - behind.size() : message.find(behind);
+    if (end == std::wstring_view::npos) return std::nullopt;
+    values.push_back(message.substr(0, end));
+    message.remove_prefix(end);
   }
-  return message.substr(lead.size(), message.size() - lead.size() - tail.size());
+  return values;
 }
 
 const Pair* find_english(std::span<const Pair> pairs, std::wstring_view english) {
@@ -220,11 +274,54 @@ const Pair* find_field(std::wstring_view name) {
 
 std::optional<std::wstring> korean_field_message(std::wstring_view english) {
   for (const Pair& message : kFieldMessages) {
-    const auto name = match(english, message.english);
-    const Pair* const field = name ? find_field(*name) : nullptr;
-    if (field) return fill(message.korean, field->korean);
+    const auto values = match(english, message.english);
+    const Pair* const field = values ? find_field(values->front()) : nullptr;
+    if (field) return fill(message.korean, {field->korean});
   }
   return std::nullopt;
+}
+
+std::optional<std::wstring> korean_port_message(std::wstring_view english) {
+  for (const Pair& message : kPortMessages) {
+    if (const auto values = match(english, message.english)) return fill(message.korean, *values);
+  }
+  return std::nullopt;
+}
+
+// A number is the same in both languages.
+std::wstring korean_setting_value(std::wstring_view english) {
+  const auto known = std::ranges::find(kSettingValues, english, &SettingRow::english);
+  if (known != std::end(kSettingValues)) return std::wstring{text(known->setting, Language::korean)};
+  const auto code = match(english, kUnknownValue.english);
+  return code ? fill(kUnknownValue.korean, *code) : std::wstring{english};
+}
+
+std::optional<std::wstring> korean_setting_change(std::wstring_view english) {
+  for (const SettingRow& change : kSettingChanges) {
+    const auto values = match(english, change.english);
+    if (!values) continue;
+    const std::wstring taken = korean_setting_value(values->front());
+    const std::wstring asked = korean_setting_value(values->back());
+    return fill(kKoreanChange, {text(change.setting, Language::korean), taken, asked});
+  }
+  return std::nullopt;
+}
+
+std::optional<std::wstring> korean_settings_notice(std::wstring_view english) {
+  constexpr std::wstring_view kSeparator = L", ";
+  const auto list = match(english, kSettingsNotice.english);
+  if (!list) return std::nullopt;
+  std::wstring_view rest = list->front();
+  std::wstring changes;
+  while (true) {
+    const std::size_t end = rest.find(kSeparator);
+    const auto change = korean_setting_change(rest.substr(0, end));
+    if (!change) return std::nullopt;
+    changes += *change;
+    if (end == std::wstring_view::npos) return fill(kSettingsNotice.korean, {changes});
+    changes += kSeparator;
+    rest.remove_prefix(end + kSeparator.size());
+  }
 }
 
 }  // namespace
@@ -239,7 +336,7 @@ std::wstring connecting_to_text(std::wstring_view port, Language language) {
 
 std::wstring connected_to_text(std::wstring_view port, std::wstring_view notice, Language language) {
   std::wstring result = fill(TextId::connected_to, port, language);
-  if (!notice.empty()) result.append(L". ").append(notice);
+  if (!notice.empty()) result.append(L". ").append(localized_message(notice, language));
   return result;
 }
 
@@ -268,7 +365,10 @@ std::wstring localized_message(std::wstring_view english, Language language) {
   if (const Pair* const message = find_english(kMessages, english)) return std::wstring{message->korean};
   const auto shared = std::ranges::find(kTexts, english, [](const TextRow& r) { return r.pair.english; });
   if (shared != kTexts.end()) return std::wstring{shared->pair.korean};
-  return korean_field_message(english).value_or(std::wstring{english});
+  for (const auto korean_form : {korean_field_message, korean_settings_notice, korean_port_message}) {
+    if (auto korean = korean_form(english)) return *std::move(korean);
+  }
+  return std::wstring{english};
 }
 
 }  // namespace hvt

@@ -72,8 +72,8 @@ std::wstring receive_loss_text(unsigned long long lost_bytes, Language language)
 // example "RX error: overrun (2)". A count of 1 is not shown; a mask without any of them gives an empty text.
 std::wstring line_error_text(unsigned mask, unsigned long long count, Language language);
 
-// The Korean form of a fixed English message from the layers below, also of those that name a field; any
-// other message (the system's own texts) is given back as is.
+// The Korean form of an English message from the layers below, also of those with a field, a port or replaced
+// settings inside; any other message (the system's own texts) is given back as is.
 std::wstring localized_message(std::wstring_view english, Language language);
 
 }  // namespace hvt

@@ -6,21 +6,14 @@
 
 #include <cstdint>
 #include <limits>
-#include <stdexcept>
 #include <string>
+
+#include "tests/support/error_of.h"
 
 namespace hvt {
 namespace {
 
-template <typename Function>
-std::string error_of(Function&& function) {
-  try {
-    function();
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "no error";
-}
+using test::error_of;
 
 // The encoding written down a second time, plainly.
 std::string utf8_of(std::uint32_t scalar) {

@@ -7,23 +7,15 @@
 #include <algorithm>
 #include <array>
 #include <random>
-#include <stdexcept>
 #include <string>
 
 #include "base/text.h"
+#include "tests/support/error_of.h"
 
 namespace hvt {
 namespace {
 
-template <typename Function>
-std::string error_of(Function&& function) {
-  try {
-    function();
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "no error";
-}
+using test::error_of;
 
 std::wstring repeated(std::wstring_view text, std::size_t count) {
   std::wstring result;

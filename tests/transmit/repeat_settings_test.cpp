@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "tests/support/error_of.h"
+
 namespace hvt {
 namespace {
+
+using test::error_of;
 
 TransmitPanel sound_panel() {
   TransmitPanel panel;
@@ -22,16 +25,6 @@ TransmitPanel sound_panel() {
   panel.interval_ms = L"0";
   panel.rx_timeout_ms = L"250";
   return panel;
-}
-
-template <typename Function>
-std::string error_of(Function&& function) {
-  try {
-    function();
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "no error";
 }
 
 TEST(RepeatSettings, are_the_numbers_of_the_panel) {

@@ -5,12 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "serial/echo_transport.h"
+#include "serial/serial_settings.h"
 #include "serial/serial_status.h"
+#include "serial/settings_difference.h"
 #include "serial/transport_limits.h"
 #include "transmit/number_fields.h"
 #include "transmit/packet_text.h"
@@ -31,6 +35,10 @@ bool contains(std::wstring_view text, std::wstring_view part) {
 
 std::wstring wide(const char* ascii) {
   return {ascii, ascii + std::char_traits<char>::length(ascii)};
+}
+
+std::string narrow(std::wstring_view ascii) {
+  return {ascii.begin(), ascii.end()};
 }
 
 TEST(Texts, EveryTextExistsInItsLanguage) {
@@ -135,6 +143,34 @@ TEST(LocalizedMessage, KnowsWhatTheTransportsSay) {
   }
 }
 
+// Letters of the English sentence would be left where a part of it has no Korean form.
+bool is_all_korean(std::wstring_view text) {
+  const auto is_latin = [](wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); };
+  return has_hangul(text) && std::ranges::none_of(text, is_latin);
+}
+
+TEST(LocalizedMessage, KnowsEverySettingThatADeviceMayReplace) {
+  const SerialSettings asked{L"COM9", 123'456, 7, kParityEven, kStopBitsOne, true, true};
+  std::vector<SerialSettings> answers(2, asked);
+  answers[0].baud = 38'400;
+  answers[1].data_bits = 8;
+  for (std::int32_t code = -1; code <= 5; ++code) {
+    answers.push_back(asked);
+    (code == kParityEven ? answers.back().stop_bits : answers.back().parity) = code;
+    answers.push_back({L"COM9", 9600, 5, code, code, true, true});
+  }
+  for (const SerialSettings& taken : answers) {
+    const std::wstring notice = settings_difference(asked, taken);
+    ASSERT_FALSE(notice.empty());
+    EXPECT_TRUE(is_all_korean(localized_message(notice, Language::korean))) << narrow(notice);
+    const std::wstring connected = connected_to_text(L"9", notice, Language::korean);
+    EXPECT_TRUE(is_all_korean(connected)) << narrow(notice);
+    EXPECT_EQ(connected_to_text(L"9", notice, Language::english), L"Connected to 9. " + notice);
+  }
+  EXPECT_EQ(localized_message(settings_difference(asked, answers[0]), Language::korean),
+            L"장치가 설정을 바꾸었습니다: 통신 속도 38400 (요청: 123456).");
+}
+
 TEST(LocalizedMessage, KeepsTheFieldsRangeAndTakesACaptionThatIsKoreanAlready) {
   EXPECT_TRUE(contains(localized_message(L"Invalid interval (0-99999999 ms).", Language::korean),
                        L"(0-99999999 ms)"));
@@ -148,7 +184,8 @@ TEST(LocalizedMessage, LeavesOtherTextsAlone) {
   for (const std::wstring_view message :
        {L"", L".", L"Invalid handle.", L"Invalid .", L"Enter .", L"Access is denied.",
         L"Serial connection closed", L"No such file or directory", L": enter a valid number.",
-        L"액세스가 거부되었습니다."}) {
+        L"The device set.", L"The device set off an alarm.", L"The device set 1 baud instead of 2, 3 cats.",
+        L"There is no more space.", L"Could not open it", L"액세스가 거부되었습니다."}) {
     EXPECT_EQ(localized_message(message, Language::korean), message);
   }
 }

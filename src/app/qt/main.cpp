@@ -1,18 +1,30 @@
-#include <QApplication>
+#include <exception>
 #include <memory>
 
 #include "app/app.h"
 #include "ui/main_window.h"
-#include "ui/qt/look.h"
+#include "ui/qt/application.h"
 
-int main(int argc, char** argv) {
-  QApplication application(argc, argv);
-  hvt::look::prepare_application(application);
+namespace {
+
+int run(hvt::Application& application) {
   hvt::App app({});
   const std::unique_ptr<hvt::MainWindow> window = hvt::create_main_window(app);
   app.attach(*window);
-  const int code = QApplication::exec();
+  const int code = application.run();
   app.closing();
   app.detach();
   return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  hvt::Application application(argc, argv);
+  try {
+    return run(application);
+  } catch (const std::exception& error) {
+    hvt::show_fatal_error(error);
+    return 1;
+  }
 }

@@ -28,6 +28,7 @@ namespace fs = std::filesystem;
 
 // A port as named by the user and the node behind it, with the sentences about it.
 struct Target {
+  std::wstring port;
   fs::path path;
   std::wstring name;  // "ttyUSB0 (/dev/ttyUSB0)", or the path alone when that was asked for
 };
@@ -35,7 +36,7 @@ struct Target {
 Target find_target(const std::wstring& port) {
   const fs::path path = port_path(port);
   const std::wstring shown = path_text(path);
-  return {path, shown == port ? shown : port + L" (" + shown + L")"};
+  return {port, path, shown == port ? shown : port + L" (" + shown + L")"};
 }
 
 std::wstring busy_text(const Target& target) {
@@ -59,12 +60,14 @@ std::wstring group_name(gid_t id) {
   return utf8_to_utf16_lossy(entry.gr_name);
 }
 
-NodeAccess node_access(const fs::path& path) {
-  std::error_code ignored;
-  const fs::path node = fs::canonical(path, ignored);
-  NodeAccess access{path_text(ignored ? path : node), L"unknown", false};
+NodeAccess node_access(const Target& target) {
+  std::error_code failure;
+  const fs::path node = fs::canonical(target.path, failure);
+  const bool is_link = !failure && node != target.path;
+  NodeAccess access{is_link ? target.port + L" (" + path_text(node) + L")" : path_text(target.path),
+                    L"unknown", false};
   struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return access;
+  if (::stat(target.path.c_str(), &status) != 0) return access;
   access.group = group_name(status.st_gid);
   // To join the superuser's group is never the remedy.
   access.group_may_use = (status.st_mode & 0060) == 0060 && status.st_gid != 0;
@@ -74,7 +77,7 @@ NodeAccess node_access(const fs::path& path) {
 std::wstring open_failure_text(const Target& target, int code) {
   switch (code) {
     case EACCES:
-    case EPERM: return no_permission_text(target.name, node_access(target.path));
+    case EPERM: return no_permission_text(node_access(target));
     case EBUSY: return busy_text(target);
     case ENOENT:
     case ENOTDIR:
@@ -172,11 +175,10 @@ bool compare(const UniqueFd& device, const SerialSettings& settings, const Targe
 
 }  // namespace
 
-std::wstring no_permission_text(const std::wstring& port, const NodeAccess& access) {
-  std::wstring text = L"No permission to open " + port + L". The device node " + access.node +
-                      L" belongs to the group " + access.group + L"; ";
-  return text + (access.group_may_use ? L"add your user to that group and log in again."
-                                      : L"ask the administrator for read and write access to it.");
+std::wstring no_permission_text(const NodeAccess& access) {
+  const std::wstring lead = L"No permission to open " + access.node;
+  return access.group_may_use ? lead + L": join the group " + access.group + L" and log in again."
+                              : lead + L" (group " + access.group + L"): ask the administrator for access.";
 }
 
 std::shared_ptr<SerialTransport> open_posix_port(const SerialSettings& settings, std::wstring& error) {

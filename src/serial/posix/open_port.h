@@ -14,12 +14,13 @@ std::shared_ptr<SerialTransport> open_posix_port(const SerialSettings& settings,
 
 // Who may open a device node.
 struct NodeAccess {
-  std::wstring node;
+  std::wstring node;  // as told to the user: "/dev/ttyUSB0", or with the port asked for where that is another
   std::wstring group;
   bool group_may_use = false;  // reads and writes
 };
 
-// The sentence for a device that this user may not open: names the node and its group, and what to do.
-std::wstring no_permission_text(const std::wstring& port, const NodeAccess& access);
+// The sentence for a device that this user may not open: names the node and its group, and what to do. Short
+// enough for a status line.
+std::wstring no_permission_text(const NodeAccess& access);
 
 }  // namespace hvt

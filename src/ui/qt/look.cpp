@@ -1,6 +1,7 @@
 #include "ui/qt/look.h"
 
 #include <QFontDatabase>
+#include <QIcon>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleFactory>
@@ -143,6 +144,7 @@ QPalette light_palette() {
 void prepare_application(QApplication& application) {
   application.setStyle(new FlatStyle);  // owned by the application
   QApplication::setPalette(light_palette());
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/HalvetricSerialTest.png")));
 }
 
 QFont fixed_font(const QFont& interface_font) {

@@ -7,7 +7,8 @@
 
 namespace hvt::look {
 
-// Style and colours of the whole program; the font stays the desktop's. Call once, before the first window.
+// Style, colours and icon of the whole program; the font stays the desktop's. Call once, before the first
+// window.
 void prepare_application(QApplication& application);
 
 // Fixed-width, as large as the interface font.

@@ -118,7 +118,7 @@ void QtMainWindow::apply_fonts() {
   for (const ControlRow& row : kControls) {
     const bool in_fixed = row.kind == ControlKind::packet_edit || row.kind == ControlKind::receive_view;
     if (in_fixed) widget(row.id).setFont(fixed);
-    if (row.kind == ControlKind::title || row.id == ControlId::transmit) widget(row.id).setFont(bold);
+    if (heads_group(row)) widget(row.id).setFont(bold);
   }
 }
 

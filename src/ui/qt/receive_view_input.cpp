@@ -9,6 +9,7 @@
 #include <QTimerEvent>
 #include <algorithm>
 
+#include "base/text.h"
 #include "ui/qt/qt_text.h"
 #include "ui/qt/receive_view_widget.h"
 
@@ -18,10 +19,6 @@ namespace {
 constexpr int kDragScrollMilliseconds = 40;
 // A copy is put together in slices, so that only one form of the whole text exists.
 constexpr std::uint64_t kCopySlice = 65536;
-
-constexpr bool is_low_surrogate(wchar_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
 
 }  // namespace
 

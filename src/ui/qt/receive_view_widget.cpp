@@ -8,16 +8,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/text.h"
 #include "ui/qt/qt_text.h"
 
 namespace hvt {
 namespace {
 
 constexpr int kLineGap = 2;  // between rows, for calm reading
-
-constexpr bool is_low_surrogate(wchar_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
 
 QColor to_qcolor(Rgb color) {
   return {color.red, color.green, color.blue};

@@ -10,9 +10,6 @@
 
 namespace hvt {
 
-// The application icon in the executable's resources.
-inline constexpr WORD kIconResource = 1;
-
 struct FreeModule {
   using pointer = HMODULE;
   void operator()(HMODULE module) const { FreeLibrary(module); }

@@ -1,5 +1,7 @@
 #include "ui/win32/choice.h"
 
+#include <commctrl.h>
+
 #include <algorithm>
 
 #include "ui/win32/fonts.h"
@@ -46,7 +48,19 @@ EntryColors entry_colors(const DRAWITEMSTRUCT& item) {
   return {item.itemID == kNoEntry ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT, COLOR_WINDOW};
 }
 
+// The system sends the wheel to the window under the pointer.
+LRESULT CALLBACK choice_procedure(HWND choice, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                                  DWORD_PTR) {
+  if (message == WM_MOUSEWHEEL && GetFocus() != choice)
+    return SendMessageW(GetParent(choice), message, first, second);
+  return DefSubclassProc(choice, message, first, second);
+}
+
 }  // namespace
+
+void make_choice(HWND choice) {
+  SetWindowSubclass(choice, choice_procedure, 0, 0);
+}
 
 void set_choice_entries(HWND choice, std::span<const std::wstring> entries,
                         std::optional<std::size_t> selected) {

@@ -14,6 +14,10 @@ namespace hvt {
 // control.
 inline constexpr DWORD kChoiceStyle = CBS_DROPDOWNLIST | CBS_OWNERDRAWFIXED | CBS_HASSTRINGS | WS_VSCROLL;
 
+// The wheel changes the choice only while it has the keyboard: a scroll across the window must not pick
+// another baud rate. Otherwise the parent gets the wheel.
+void make_choice(HWND choice);
+
 // Replaces entries and selection; raises no notification.
 void set_choice_entries(HWND choice, std::span<const std::wstring> entries,
                         std::optional<std::size_t> selected);

@@ -7,10 +7,10 @@ namespace {
 
 constexpr int kPointsPerInch = 72;
 
-UniqueGdiObject make_font(const wchar_t* face, int points, unsigned dpi, BYTE pitch) {
+UniqueGdiObject make_font(const wchar_t* face, LONG weight, int points, int dpi, BYTE pitch) {
   LOGFONTW description{};
-  description.lfHeight = -MulDiv(points, static_cast<int>(dpi), kPointsPerInch);
-  description.lfWeight = FW_NORMAL;
+  description.lfHeight = -MulDiv(points, dpi, kPointsPerInch);
+  description.lfWeight = weight;
   description.lfCharSet = DEFAULT_CHARSET;
   description.lfQuality = CLEARTYPE_QUALITY;
   description.lfPitchAndFamily = pitch;
@@ -38,14 +38,16 @@ class MeasuringContext {
 
 }  // namespace
 
-Fonts::Fonts(unsigned dpi)
-    : interface_(make_font(kInterfaceFace, kInterfacePoints, dpi, VARIABLE_PITCH | FF_SWISS)),
-      title_(make_font(kTitleFace, kInterfacePoints, dpi, VARIABLE_PITCH | FF_SWISS)),
-      fixed_(make_font(kFixedFace, kFixedPoints, dpi, FIXED_PITCH | FF_MODERN)) {}
+// The weight counts where the semibold face is missing and another one stands in.
+Fonts::Fonts(int dpi)
+    : dpi_(dpi),
+      interface_(make_font(kInterfaceFace, FW_NORMAL, kInterfacePoints, dpi, VARIABLE_PITCH | FF_SWISS)),
+      title_(make_font(kTitleFace, FW_SEMIBOLD, kInterfacePoints, dpi, VARIABLE_PITCH | FF_SWISS)),
+      fixed_(make_font(kFixedFace, FW_NORMAL, kFixedPoints, dpi, FIXED_PITCH | FF_MODERN)) {}
 
-HFONT Fonts::of(ControlKind kind) const {
-  switch (kind) {
-    case ControlKind::title: return static_cast<HFONT>(title_.get());
+HFONT Fonts::of(const ControlRow& row) const {
+  if (heads_group(row)) return static_cast<HFONT>(title_.get());
+  switch (row.kind) {
     case ControlKind::packet_edit:
     case ControlKind::receive_view: return fixed_font();
     default: return interface_font();

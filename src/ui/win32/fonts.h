@@ -27,13 +27,15 @@ using UniqueGdiObject = std::unique_ptr<std::remove_pointer_t<HGDIOBJ>, DeleteGd
 class Fonts {
  public:
   Fonts() = default;
-  explicit Fonts(unsigned dpi);
+  explicit Fonts(int dpi);
 
   HFONT interface_font() const { return static_cast<HFONT>(interface_.get()); }
   HFONT fixed_font() const { return static_cast<HFONT>(fixed_.get()); }
-  HFONT of(ControlKind kind) const;
+  HFONT of(const ControlRow& row) const;
+  int dpi() const { return dpi_; }
 
  private:
+  int dpi_ = USER_DEFAULT_SCREEN_DPI;
   UniqueGdiObject interface_;
   UniqueGdiObject title_;
   UniqueGdiObject fixed_;

@@ -7,7 +7,6 @@
 #include <string>
 #include <utility>
 
-#include "ui/win32/application.h"
 #include "ui/win32/choice.h"
 #include "ui/win32/fields.h"
 #include "ui/win32/sizing.h"
@@ -16,8 +15,6 @@ namespace hvt {
 namespace {
 
 constexpr DWORD kWindowStyle = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
-constexpr int kFirstWidth = 800;
-constexpr int kFirstHeight = 800;
 
 static_assert(kTaskMessage == WM_APP + 1 && kDisplayMessage == WM_APP + 2 && kTimerMessage == WM_TIMER);
 
@@ -33,30 +30,16 @@ class OwnChange {
   int& count_;
 };
 
-HICON load_icon(int width_metric, int height_metric) {
-  const HINSTANCE module = GetModuleHandleW(nullptr);
-  const HANDLE own = LoadImageW(module, MAKEINTRESOURCEW(kIconResource), IMAGE_ICON,
-                                GetSystemMetrics(width_metric), GetSystemMetrics(height_metric), LR_SHARED);
-  return own != nullptr ? static_cast<HICON>(own) : LoadIconW(nullptr, IDI_APPLICATION);
-}
-
 void register_window_class(WNDPROC procedure) {
   WNDCLASSEXW description{};
   description.cbSize = sizeof description;
   description.lpfnWndProc = procedure;
   description.hInstance = GetModuleHandleW(nullptr);
-  description.hIcon = load_icon(SM_CXICON, SM_CYICON);
-  description.hIconSm = load_icon(SM_CXSMICON, SM_CYSMICON);
   description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
   description.lpszClassName = kMainWindowClass;
   if (RegisterClassExW(&description) == 0 && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
     throw std::runtime_error("Could not create the main window.");
   }
-}
-
-bool has_caption(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::button ||
-         kind == ControlKind::check || kind == ControlKind::radio;
 }
 
 bool has_mark(ControlKind kind) {
@@ -91,6 +74,7 @@ std::unique_ptr<MainWindow> create_main_window(WindowEvents& events) {
 // One line per message; everything else is the system's.
 const Win32MainWindow::Route Win32MainWindow::kRoutes[] = {
     {WM_COMMAND, &Win32MainWindow::on_command},
+    {WM_NOTIFY, &Win32MainWindow::on_notify},
     {WM_CTLCOLORSTATIC, &Win32MainWindow::on_control_colors},
     {WM_CTLCOLOREDIT, &Win32MainWindow::on_control_colors},
     {WM_CTLCOLORBTN, &Win32MainWindow::on_control_colors},
@@ -133,17 +117,18 @@ void Win32MainWindow::create_native() {
   if (handle() == nullptr) throw std::runtime_error("Could not create the main window.");
   controls_.create(handle());
   receive_view_.attach(controls_[ControlId::receive_view]);
-  receive_view_.set_font(kFixedFace, kFixedPoints);
-  make_fonts();
-  const int dpi = static_cast<int>(GetDpiForWindow(handle()));
-  resize_client(handle(), {MulDiv(kFirstWidth, dpi, USER_DEFAULT_SCREEN_DPI),
-                           MulDiv(kFirstHeight, dpi, USER_DEFAULT_SCREEN_DPI)});
+  status_tip_.create(handle(), controls_[ControlId::status]);
+  fit_to_dpi(static_cast<int>(GetDpiForWindow(handle())));
 }
 
-void Win32MainWindow::make_fonts() {
-  Fonts fonts{GetDpiForWindow(handle())};
+void Win32MainWindow::fit_to_dpi(int dpi) {
+  Fonts fonts{dpi};
   controls_.set_fonts(fonts);
   fonts_ = std::move(fonts);
+  receive_view_.set_font(kFixedFace, kFixedPoints, dpi);
+  WindowIcons icons{dpi};
+  icons.show_on(handle());
+  icons_ = std::move(icons);
 }
 
 LRESULT CALLBACK Win32MainWindow::procedure(HWND window, UINT id, WPARAM first, LPARAM second) {
@@ -190,6 +175,13 @@ Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
   for (const NotificationRow& row : kNotifications) {
     if (row.kind == kind && row.code == HIWORD(message.first)) (events_.*row.event)(*id);
   }
+  return 0;
+}
+
+Win32MainWindow::Answer Win32MainWindow::on_notify(const Message& message) {
+  const auto* const header = reinterpret_cast<const NMHDR*>(message.second);
+  if (header->code != TTN_GETDISPINFOW) return {};
+  status_tip_.answer(*reinterpret_cast<NMTTDISPINFOW*>(message.second));
   return 0;
 }
 
@@ -246,7 +238,7 @@ Win32MainWindow::Answer Win32MainWindow::on_limits(const Message& message) {
 }
 
 Win32MainWindow::Answer Win32MainWindow::on_dpi_changed(const Message& message) {
-  make_fonts();
+  fit_to_dpi(LOWORD(message.first));
   if (live_) events_.metrics_changed();
   const RECT& suggested = *reinterpret_cast<const RECT*>(message.second);
   SetWindowPos(handle(), nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
@@ -331,7 +323,7 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   if (target == nullptr) return;
   const ControlKind kind = control(change.id).kind;
   const ControlState& state = change.state;
-  if (has_caption(kind)) SetWindowTextW(target, std::wstring(state.caption).c_str());
+  controls_.set_caption(change.id, state.caption);
   if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);
   EnableWindow(target, state.enabled);

@@ -8,9 +8,11 @@
 
 #include "ui/main_window.h"
 #include "ui/win32/fonts.h"
+#include "ui/win32/icons.h"
 #include "ui/win32/native_controls.h"
 #include "ui/win32/painting.h"
 #include "ui/win32/receive_view.h"
+#include "ui/win32/status_tip.h"
 
 namespace hvt {
 
@@ -21,7 +23,7 @@ inline constexpr const wchar_t* kMainWindowClass = L"HalvetricSerialTest.Main";
 // Promises  as MainWindow; an exception from an event ends the message loop, which throws it again (see
 //           application.h), and no event comes after it.
 // Threads   the interface thread, except post().
-// Owns      the native window, fonts and brushes.
+// Owns      the native window, fonts, icons and brushes.
 // Ends      with the object, or earlier when the person or the system closes the native window.
 class Win32MainWindow final : public MainWindow {
  public:
@@ -71,6 +73,7 @@ class Win32MainWindow final : public MainWindow {
   Answer route(const Message& message);
 
   Answer on_command(const Message& message);
+  Answer on_notify(const Message& message);
   Answer on_control_colors(const Message& message);
   Answer on_draw_item(const Message& message);
   Answer on_erase(const Message& message);
@@ -87,7 +90,7 @@ class Win32MainWindow final : public MainWindow {
   Answer on_gone(const Message& message);
 
   void create_native();
-  void make_fonts();
+  void fit_to_dpi(int dpi);
   void apply_one(const ControlChange& change);
   void leave_if_focused(HWND control);
   void tell_closing();
@@ -97,8 +100,10 @@ class Win32MainWindow final : public MainWindow {
   std::atomic<HWND> window_{nullptr};
   Surfaces surfaces_;
   Fonts fonts_;
+  WindowIcons icons_;
   NativeControls controls_;
   RichEditView receive_view_;
+  StatusTip status_tip_;
   Sections sections_;
   StatusTone status_tone_ = StatusTone::plain;
   HWND last_focus_ = nullptr;  // the control to return to when the window becomes active again

@@ -26,7 +26,8 @@ NativeKind native_kind(ControlKind kind) {
   switch (kind) {
     case ControlKind::label:
     case ControlKind::title: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX};
-    case ControlKind::status: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX | SS_ENDELLIPSIS};
+    case ControlKind::status:  // SS_NOTIFY: the mouse is over this control, not over the window behind it
+      return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX | SS_ENDELLIPSIS | SS_NOTIFY};
     case ControlKind::button: return {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP};
     case ControlKind::check: return {WC_BUTTONW, BS_CHECKBOX | WS_TABSTOP};
     case ControlKind::radio: return {WC_BUTTONW, BS_RADIOBUTTON};
@@ -60,13 +61,32 @@ HWND create_control(HWND parent, std::size_t row) {
                          GetModuleHandleW(nullptr), nullptr);
 }
 
+// "&" would otherwise mark a shortcut letter.
+std::wstring literal(std::wstring_view caption) {
+  std::wstring result;
+  for (const wchar_t unit : caption)
+    result.append(unit == L'&' ? 2 : 1, unit);
+  return result;
+}
+
+bool is_push(ControlKind kind) {
+  return kind == ControlKind::button || kind == ControlKind::check || kind == ControlKind::radio;
+}
+
+bool has_caption(ControlKind kind) {
+  return kind == ControlKind::label || kind == ControlKind::title || is_push(kind);
+}
+
 void prepare_control(HWND handle, ControlKind kind) {
   if (kind == ControlKind::packet_edit) {
     SendMessageW(handle, EM_LIMITTEXT, kMaxPacketCharacters, 0);
     make_packet_field(handle);
   }
   if (kind == ControlKind::receive_view) make_receive_field(handle);
-  if (kind == ControlKind::choice) SendMessageW(handle, CB_SETMINVISIBLE, kVisibleEntries, 0);
+  if (kind == ControlKind::choice) {
+    SendMessageW(handle, CB_SETMINVISIBLE, kVisibleEntries, 0);
+    make_choice(handle);
+  }
 }
 
 }  // namespace
@@ -94,20 +114,26 @@ void NativeControls::create(HWND parent) {
 
 void NativeControls::set_fonts(const Fonts& fonts) {
   for (std::size_t row = 0; row < kControlCount; ++row) {
-    const ControlKind kind = kControls[row].kind;
-    if (kind == ControlKind::receive_view) continue;  // its font is part of its text
-    SendMessageW(handles_[row], WM_SETFONT, reinterpret_cast<WPARAM>(fonts.of(kind)), TRUE);
+    if (kControls[row].kind == ControlKind::receive_view) continue;  // its font is part of its text
+    SendMessageW(handles_[row], WM_SETFONT, reinterpret_cast<WPARAM>(fonts.of(kControls[row])), TRUE);
   }
+}
+
+void NativeControls::set_caption(ControlId id, std::wstring_view caption) {
+  const ControlKind kind = control(id).kind;
+  if (!has_caption(kind)) return;
+  texts_[index_of(id)] = caption;
+  SetWindowTextW((*this)[id], (is_push(kind) ? literal(caption) : std::wstring{caption}).c_str());
 }
 
 void NativeControls::set_choices(ControlId id, std::span<const std::wstring> entries,
                                  std::optional<std::size_t> selected, std::wstring_view placeholder) {
-  placeholders_[index_of(id)] = placeholder;
+  texts_[index_of(id)] = placeholder;
   if ((*this)[id] != nullptr) set_choice_entries((*this)[id], entries, selected);
 }
 
 void NativeControls::draw_choice_item(const DRAWITEMSTRUCT& item, ControlId id) const {
-  draw_choice(item, placeholders_[index_of(id)]);
+  draw_choice(item, texts_[index_of(id)]);
 }
 
 void NativeControls::place(const Placement& placement) {
@@ -126,18 +152,13 @@ void NativeControls::place(const Placement& placement) {
 
 Metrics NativeControls::measure(const Fonts& fonts) const {
   Metrics metrics;
-  const HWND any = handles_.front();
-  metrics.dpi = any == nullptr ? USER_DEFAULT_SCREEN_DPI : static_cast<int>(GetDpiForWindow(any));
+  metrics.dpi = fonts.dpi();
   metrics.text_height = font_height(fonts.interface_font());
   metrics.mono_height = font_height(fonts.fixed_font());
   for (std::size_t row = 0; row < kControlCount; ++row) {
-    const ControlKind kind = kControls[row].kind;
-    if (handles_[row] == nullptr || kind == ControlKind::receive_view || kind == ControlKind::packet_edit)
-      continue;
-    const bool is_choice = kind == ControlKind::choice;
-    const std::wstring text = is_choice ? placeholders_[row] : window_text(handles_[row]);
-    metrics.text_width[row] = text_width(fonts.of(kind), text);
-    if (is_choice) metrics.text_width[row] = std::max(metrics.text_width[row], widest_entry(handles_[row]));
+    int& width = metrics.text_width[row];
+    width = text_width(fonts.of(kControls[row]), texts_[row]);
+    if (kControls[row].kind == ControlKind::choice) width = std::max(width, widest_entry(handles_[row]));
   }
   return metrics;
 }

@@ -37,17 +37,19 @@ class NativeControls {
 
   HWND operator[](ControlId id) const { return handles_[index_of(id)]; }
   void set_fonts(const Fonts& fonts);
+  // Of a control that has one; every character is shown as it is.
+  void set_caption(ControlId id, std::wstring_view caption);
   void set_choices(ControlId id, std::span<const std::wstring> entries, std::optional<std::size_t> selected,
                    std::wstring_view placeholder);
   void draw_choice_item(const DRAWITEMSTRUCT& item, ControlId id) const;
   // Moves every control that has a rectangle in one step.
   void place(const Placement& placement);
-  // Widths of the texts as shown now; fields and the receive view need none.
+  // Widths of the texts as shown now; fields, the receive view and the status line need none.
   Metrics measure(const Fonts& fonts) const;
 
  private:
   std::array<HWND, kControlCount> handles_{};
-  std::array<std::wstring, kControlCount> placeholders_;
+  std::array<std::wstring, kControlCount> texts_;  // captions, and the placeholders of choices
 };
 
 }  // namespace hvt

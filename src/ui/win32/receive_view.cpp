@@ -18,7 +18,7 @@ namespace {
 
 constexpr UINT kUtf16CodePage = 1200;
 constexpr int kTwipsPerPoint = 20;
-constexpr LPARAM kLeftMargin = 4;  // pixels
+constexpr int kLeftMargin = 4;  // logical pixels
 
 // The control's paragraph mark is one CR: CR LF and a lone LF both become that, also across runs.
 DisplayBatch normalised(const DisplayBatch& batch) {
@@ -62,11 +62,10 @@ void RichEditView::attach(HWND control) {
   suspend_undo(control);
   send(EM_EXLIMITTEXT, 0, std::numeric_limits<LONG>::max() - 1);
   send(EM_SETTYPOGRAPHYOPTIONS, 0, TO_ADVANCEDTYPOGRAPHY);
-  send(EM_SETMARGINS, EC_LEFTMARGIN, kLeftMargin);
   send(EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(GetSysColor(COLOR_WINDOW)));
 }
 
-void RichEditView::set_font(const wchar_t* face, int points) {
+void RichEditView::set_font(const wchar_t* face, int points, int dpi) {
   CHARFORMAT2W format{};
   format.cbSize = sizeof format;
   format.dwMask = CFM_FACE | CFM_SIZE | CFM_CHARSET | CFM_BOLD | CFM_ITALIC;
@@ -75,6 +74,7 @@ void RichEditView::set_font(const wchar_t* face, int points) {
   std::wcsncpy(format.szFaceName, face, LF_FACESIZE - 1);
   send(EM_SETCHARFORMAT, SCF_DEFAULT, reinterpret_cast<LPARAM>(&format));
   if (length() > 0) send(EM_SETCHARFORMAT, SCF_ALL, reinterpret_cast<LPARAM>(&format));
+  send(EM_SETMARGINS, EC_LEFTMARGIN, MulDiv(kLeftMargin, dpi, USER_DEFAULT_SCREEN_DPI));
 }
 
 LRESULT RichEditView::send(UINT message, WPARAM first, LPARAM second) const {

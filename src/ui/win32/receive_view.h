@@ -32,8 +32,8 @@ class RichEditView final : public ReceiveView {
   void attach(HWND control);
   void release() { control_ = nullptr; }
 
-  // The interface's fixed-width face in points; what the view holds changes with it.
-  void set_font(const wchar_t* face, int points);
+  // The interface's fixed-width face in points; what the view holds and its margin change with it.
+  void set_font(const wchar_t* face, int points, int dpi);
 
   void begin_update() override;
   void end_update(bool follow) override;

@@ -1,13 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <QApplication>
-
-#include "ui/qt/look.h"
+#include "ui/qt/application.h"
 
 int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   testing::InitGoogleTest(&argc, argv);
-  QApplication application(argc, argv);
-  hvt::look::prepare_application(application);
+  hvt::Application application(argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -1,7 +1,11 @@
 // Risks: a control that is missing, out of tab order or out of place; an event for a change that the program
 // made itself, which would feed back; an event lost or doubled; use of the window after it is gone.
 
+#include <windows.h>
+
+#include <commctrl.h>
 #include <gtest/gtest.h>
+#include <richedit.h>
 
 #include <functional>
 #include <stdexcept>
@@ -217,6 +221,131 @@ TEST(Win32Face, ChoicesMeasureTheirWidestTextAndShowNothingSelected) {
   EXPECT_LT(one_digit, placeholder);
   EXPECT_LT(placeholder, width());
   EXPECT_EQ(face.window.selected_choice(ControlId::port), 1u);
+}
+
+TEST(Win32Face, TheWheelChangesAChoiceOnlyWhileItHasTheKeyboard) {
+  Face face;
+  face.apply_plain_states();
+  const std::vector<std::wstring> entries{L"1200", L"2400", L"4800"};
+  face.window.set_choices(ControlId::baud, entries, 0, L"");
+  const HWND choice = face.native(ControlId::baud);
+  const auto scroll_down = [&] {
+    SendMessageW(choice, WM_MOUSEWHEEL, MAKEWPARAM(0, static_cast<WORD>(-WHEEL_DELTA)), 0);
+  };
+  SetFocus(face.native(ControlId::packet_1));
+  scroll_down();
+  EXPECT_EQ(face.window.selected_choice(ControlId::baud), 0u);
+  EXPECT_EQ(face.events.take(), Log{});
+  SetFocus(choice);
+  scroll_down();
+  EXPECT_EQ(face.window.selected_choice(ControlId::baud), 1u);
+  EXPECT_EQ(face.events.take(), Log{"chosen baud"});
+}
+
+TEST(Win32Face, CaptionsAreShownAndMeasuredAsTheyAre) {
+  Face face;
+  const std::wstring caption{L"Wide & wider"};
+  for (const ControlId id :
+       {ControlId::clear, ControlId::transmit, ControlId::receive_hex, ControlId::baud_label}) {
+    SCOPED_TRACE(control(id).name);
+    const ControlChange change[]{{id, {true, true, false, caption}}};
+    face.window.apply(change);
+    const bool is_static = control(id).kind == ControlKind::label;
+    EXPECT_EQ(window_text(face.native(id)), is_static ? caption : L"Wide && wider");
+    EXPECT_EQ(face.window.measure().text_width[index_of(id)], text_width(font_of(face.native(id)), caption));
+  }
+}
+
+TEST(Win32Face, HeadingsOfTheGroupsAreBold) {
+  const Face face;
+  for (const ControlRow& row : kControls) {
+    if (row.kind == ControlKind::receive_view) continue;
+    LOGFONTW font{};
+    GetObjectW(font_of(face.native(row.id)), sizeof font, &font);
+    EXPECT_EQ(font.lfWeight >= FW_SEMIBOLD,
+              row.id == ControlId::receive_title || row.id == ControlId::transmit)
+        << row.name;
+  }
+}
+
+TEST(Win32Face, AStatusThatDoesNotFitIsShownWholeAsAToolTip) {
+  Face face;
+  Placement placement{};
+  placement[index_of(ControlId::status)] = {0, 0, 200, 24};
+  face.window.place(placement);
+  HWND tip = nullptr;
+  while ((tip = FindWindowExW(nullptr, tip, TOOLTIPS_CLASSW, nullptr)) != nullptr &&
+         GetWindow(tip, GW_OWNER) != face.window.handle()) {
+  }
+  ASSERT_NE(tip, nullptr);
+  const auto shown = [&](const std::wstring& status) {
+    face.window.set_status(status, StatusTone::error);
+    wchar_t text[2000]{};
+    TTTOOLINFOW tool{};
+    tool.cbSize = sizeof tool;
+    tool.hwnd = face.window.handle();
+    tool.uId = reinterpret_cast<UINT_PTR>(face.native(ControlId::status));
+    tool.lpszText = text;
+    SendMessageW(tip, TTM_GETTEXTW, std::size(text), reinterpret_cast<LPARAM>(&tool));
+    return std::wstring{text};
+  };
+  std::wstring sentence{L"first & "};
+  for (int i = 0; i < 100; ++i)
+    sentence += L"word ";
+  EXPECT_EQ(shown(sentence + L"last"), sentence + L"last");
+  EXPECT_EQ(shown(L"Ready"), L"");
+}
+
+HICON icon_of(const Win32MainWindow& window, WPARAM which) {
+  return reinterpret_cast<HICON>(SendMessageW(window.handle(), WM_GETICON, which, 0));
+}
+
+int icon_width(HICON icon) {
+  ICONINFO info{};
+  if (!GetIconInfo(icon, &info)) return 0;
+  const UniqueGdiObject mask{info.hbmMask};
+  const UniqueGdiObject color{info.hbmColor};
+  BITMAP bitmap{};
+  GetObjectW(color.get(), sizeof bitmap, &bitmap);
+  return bitmap.bmWidth;
+}
+
+TEST(Win32Face, AnotherDpiBringsOtherFontsMarginsAndIconsThenTheSize) {
+  Face face;
+  const int dpi = static_cast<int>(GetDpiForWindow(face.window.handle()));
+  const HWND view = face.native(ControlId::receive_view);
+  const auto margin = [&] { return LOWORD(SendMessageW(view, EM_GETMARGINS, 0, 0)); };
+  const Metrics before = face.window.measure();
+  const auto margin_before = margin();
+  const int large_before = icon_width(icon_of(face.window, ICON_BIG));
+  const int small_before = icon_width(icon_of(face.window, ICON_SMALL));
+  DisplayBatch batch;
+  batch.add(L"text", ColorRole::normal);
+  face.window.receive_view().append(batch);
+
+  face.events.minimum = {300, 200};
+  const RECT suggested{10, 20, 510, 420};
+  const auto both = static_cast<WORD>(2 * dpi);
+  SendMessageW(face.window.handle(), WM_DPICHANGED, MAKEWPARAM(both, both),
+               reinterpret_cast<LPARAM>(&suggested));
+
+  EXPECT_EQ(face.events.take(), (Log{"metrics", "resized"}));
+  RECT window{};
+  GetWindowRect(face.window.handle(), &window);
+  EXPECT_TRUE(EqualRect(&window, &suggested));
+  const Metrics after = face.window.measure();
+  EXPECT_EQ(after.dpi, 2 * before.dpi);
+  EXPECT_GT(after.text_height, 3 * before.text_height / 2);
+  EXPECT_GT(after.mono_height, 3 * before.mono_height / 2);
+  for (const ControlId id :
+       {ControlId::receive_title, ControlId::packet_1, ControlId::status, ControlId::port}) {
+    const bool mono = control(id).kind == ControlKind::packet_edit;
+    EXPECT_EQ(font_height(font_of(face.native(id))), mono ? after.mono_height : after.text_height);
+  }
+  EXPECT_EQ(margin(), 2 * margin_before);
+  EXPECT_EQ(icon_width(icon_of(face.window, ICON_BIG)), 2 * large_before);
+  EXPECT_EQ(icon_width(icon_of(face.window, ICON_SMALL)), 2 * small_before);
+  EXPECT_NE(large_before, 0);
 }
 
 TEST(Win32Face, PostedMessagesAndTimersArriveWithTheirNumbers) {

@@ -2,17 +2,15 @@
 // The window is the program's own in its first form; with "expanded" as the argument the Transmit panel is
 // open. Scripts that drive the real program with the mouse read this: widgets are not windows of their own.
 
-#include <QApplication>
 #include <QWidget>
 #include <cstdio>
 #include <string_view>
 
 #include "app/app.h"
-#include "ui/qt/look.h"
+#include "ui/qt/application.h"
 
 int main(int argc, char** argv) {
-  QApplication application(argc, argv);
-  hvt::look::prepare_application(application);
+  hvt::Application application(argc, argv);
   hvt::App app({}, [] { return std::vector<hvt::PortDescription>(); });
   const auto window = hvt::create_main_window(app);
   app.attach(*window);

@@ -1,0 +1,38 @@
+#include "ui/qt/application.h"
+
+#include <QMessageBox>
+#include <cstdlib>
+#include <utility>
+
+#include "ui/qt/look.h"
+
+namespace hvt {
+
+Application::Application(int& argument_count, char** arguments) : QApplication(argument_count, arguments) {
+  look::prepare_application(*this);
+}
+
+// An event may fail before the loop begins: showing a window delivers some.
+int Application::run() {
+  const int code = failure_ ? EXIT_FAILURE : exec();
+  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+  return code;
+}
+
+// The toolkit calls us and must not see our exceptions.
+bool Application::notify(QObject* receiver, QEvent* event) {
+  if (failure_) return false;
+  try {
+    return QApplication::notify(receiver, event);
+  } catch (...) {
+    failure_ = std::current_exception();
+    exit(EXIT_FAILURE);
+    return false;
+  }
+}
+
+void show_fatal_error(const std::exception& error) {
+  QMessageBox::critical(nullptr, QStringLiteral("HalvetricSerialTest"), QString::fromUtf8(error.what()));
+}
+
+}  // namespace hvt
