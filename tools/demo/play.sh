@@ -109,7 +109,7 @@ xdotool click --repeat 60 --delay 60 1
 shot 6-stalled 1
 tell resume
 click connect
-tell 'say still here\r\n'
+tell 'say Still here, and every packet that fitted has arrived.\r\n'
 sleep 0.5
 tell vanish
 shot 7-unplugged 1
