@@ -8,8 +8,8 @@
 namespace hvt {
 namespace {
 
-// A sleeping thread wakes 50 to 80 us late on Linux, so the worker wakes early and yields for the rest: the
-// median deviation of the write times is then about 1 us (benchmark RepeatPacing).
+// A sleeping thread wakes about 80 us late on Linux, so the worker wakes early and yields for the rest: the
+// median packet is then 1 us late (benchmark RepeatPacing).
 constexpr std::chrono::microseconds kWakeAhead{100};
 
 }  // namespace

@@ -364,7 +364,8 @@ TEST(RepeatEngine, StrandsNoPacketThatMeetsAFinishingWorker) {
   for (int i = 0; i < kPackets; ++i) {
     std::wstring error;
     ASSERT_TRUE(engine.send_manual(Bytes{1}, {}, nothing, {}, error)) << ::testing::PrintToString(error);
-    for (int pause = i % 50; pause > 0; --pause)
+    // Pauses of any length; a starved worker must not let the queue fill up.
+    for (int pause = i % 50; pause > 0 || i - written > 500; --pause)
       std::this_thread::yield();
   }
   while (engine.activity() != RepeatEngine::Activity::idle)
