@@ -35,6 +35,8 @@ struct Seen {
   std::atomic<int> timed_out{0};
   std::atomic<int> received{0};
   std::atomic<int> lost{0};
+
+  bool enough() const { return connected > 50 && refused > 50 && timed_out > 0 && received > 5 && lost > 0; }
 };
 
 // The driver behind all ports of the test: hands out transports and knows which names are open.
@@ -233,10 +235,14 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
   RandomDriver driver;
   std::atomic<int> faults{0};
 
+  // On a starved machine the steps outrun the workers: then more of them, until enough has happened.
+  const auto within_limit = [until = std::chrono::steady_clock::now() + 60s] {
+    return std::chrono::steady_clock::now() < until;
+  };
   const auto run = [&](unsigned seed) {
     std::minstd_rand random(seed);
     std::unique_ptr<CheckedPort> port;
-    for (int step = 0; step < kStepsPerThread; ++step) {
+    for (int step = 0; step < kStepsPerThread || (!driver.seen.enough() && within_limit()); ++step) {
       if (!port) port = std::make_unique<CheckedPort>(driver);
       if (random() % 40 != 0) {
         random_step(*port, random);
@@ -262,11 +268,7 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
   std::cout << "connected " << driver.seen.connected << ", refused " << driver.seen.refused << ", timed out "
             << driver.seen.timed_out << ", received " << driver.seen.received << ", lost " << driver.seen.lost
             << '\n';
-  EXPECT_GT(driver.seen.connected, 50);
-  EXPECT_GT(driver.seen.refused, 50);
-  EXPECT_GT(driver.seen.timed_out, 0);
-  EXPECT_GT(driver.seen.received, 5);
-  EXPECT_GT(driver.seen.lost, 0);
+  EXPECT_TRUE(driver.seen.enough());
 
   // Abandoned opens end on their own; the limit only matters when something is broken.
   const auto limit = std::chrono::steady_clock::now() + 20s;
