@@ -15,10 +15,12 @@ import socket
 import subprocess
 import sys
 import threading
+import time
 import tty
 
 FIRST_PORT = 201
 SMALL_QUEUE = 4096
+PATIENCE = 5  # seconds that the lines of an ended program get to be taken down
 HERE = os.path.dirname(os.path.abspath(__file__))
 PREFIX = os.environ.get("WINEPREFIX") or os.environ.get("HVT_WINEPREFIX") or "/tmp/wine-prefix"
 
@@ -99,16 +101,25 @@ def main():
     for queue in (socket.SO_SNDBUF, socket.SO_RCVBUF):
         listener.setsockopt(socket.SOL_SOCKET, queue, SMALL_QUEUE)
 
+    lines = []
+
     def accept():
         while True:
             pair = [listener.accept()[0] for _ in range(2)]
             for connection in pair:
                 connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-            threading.Thread(target=serve, args=pair, daemon=True).start()
+            line = threading.Thread(target=serve, args=pair, daemon=True)
+            line.start()
+            lines.append(line)
 
     threading.Thread(target=accept, daemon=True).start()
     environment = dict(os.environ, WINEPREFIX=PREFIX, HVT_PTY_BRIDGE=str(listener.getsockname()[1]))
-    sys.exit(subprocess.call([f"{HERE}/run.sh", *sys.argv[1:]], env=environment))
+    code = subprocess.call([f"{HERE}/run.sh", *sys.argv[1:]], env=environment)
+    # The program's connections ended with it; without this wait a name could stay behind in the prefix.
+    deadline = time.monotonic() + PATIENCE
+    for line in lines:
+        line.join(max(0, deadline - time.monotonic()))
+    sys.exit(code)
 
 
 if __name__ == "__main__":
