@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -19,8 +20,10 @@ using namespace std::chrono_literals;
 
 // While nobody has the port open, poll() cannot wait for someone to come: it returns at once.
 constexpr auto kOpenerCheck = 5ms;
-// A program empties its queues when it opens a port; a flood that began earlier would lack its beginning.
-constexpr auto kFloodSettle = 100ms;
+// A program empties its queues when it opens a port; a flood that began earlier would lack its beginning. One
+// that has emptied them may do so again at once; one that never does gets its flood all the same.
+constexpr auto kFloodAfterFlush = 100ms;
+constexpr auto kFloodWithoutFlush = 1s;
 constexpr std::size_t kReadBytes = 65'536;
 // So many blocks go out before the inputs get their turn again.
 constexpr int kBlocksPerTurn = 16;
@@ -133,7 +136,7 @@ void Device::set_open(bool open) {
   outbox_.clear();
   heard_.clear();
   flood_.reset();
-  if (open) start_flood();
+  if (open) start_flood(kFloodWithoutFlush);
   status_ << (open ? "opened" : "closed") << std::endl;
 }
 
@@ -158,10 +161,14 @@ void Device::serve_line(short events) {
 }
 
 void Device::receive() {
-  Bytes bytes(static_cast<std::size_t>(std::min<std::uint64_t>(kReadBytes, may_take_)));
+  Bytes bytes(1 + static_cast<std::size_t>(std::min<std::uint64_t>(kReadBytes, may_take_)));
   const auto count = ::read(line_->master.get(), bytes.data(), bytes.size());
   if (count <= 0) return set_open(false);
+  const std::uint8_t news = bytes.front();
   bytes.resize(static_cast<std::size_t>(count));
+  bytes.erase(bytes.begin());
+  if ((news & TIOCPKT_FLUSHREAD) != 0 && flood_ && !flood_->begun()) start_flood(kFloodAfterFlush);
+  if (bytes.empty()) return;
   if (may_take_ != kUnlimited) may_take_ -= bytes.size();
   log_.received(bytes);
   if (options_.echo) outbox_.insert(outbox_.end(), bytes.begin(), bytes.end());
@@ -227,8 +234,8 @@ void Device::send() {
   }
 }
 
-void Device::start_flood() {
-  if (options_.flood) flood_.emplace(*options_.flood, Clock::now() + kFloodSettle);
+void Device::start_flood(Clock::duration after) {
+  if (options_.flood) flood_.emplace(*options_.flood, Clock::now() + after);
 }
 
 void Device::read_commands(UniqueFd& input, std::string& rest) {

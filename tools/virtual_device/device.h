@@ -51,7 +51,7 @@ class Device {
   void say_every(std::size_t index);
   void send();
   bool write(std::span<const std::uint8_t> bytes, std::size_t& written);
-  void start_flood();
+  void start_flood(Clock::duration after);
   void read_commands(UniqueFd& input, std::string& rest);
   void obey(const Command& command);
 

@@ -25,6 +25,7 @@ class FloodSource {
   std::span<const std::uint8_t> due(Clock::time_point now);
   // So many bytes of due() are sent.
   void sent(std::size_t count);
+  bool begun() const { return sent_ > 0; }
   bool done() const { return sent_ >= flood_.limit; }
   // When something will be due, with due() empty.
   Clock::time_point next_time(Clock::time_point now) const;

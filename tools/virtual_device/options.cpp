@@ -20,7 +20,8 @@ usage: hvt-virtual-device [option]...
   --every MS TEXT          say TEXT every MS milliseconds; repeatable
   --silent                 receive and say nothing (the default)
   --flood RATE             send numbered records at RATE bytes per second ("9600", "100k", "2M", "max"),
-                           from record 0 on each time the port is opened, 100 ms after that
+                           from record 0 on each time the port is opened: 100 ms after
+                           the program emptied its queue, or 1 s after the opening
   --binary                 records of all byte values instead of text lines
   --count N, --bytes N     end the flood after N records or bytes
   --stall                  take nothing, so that writes to the port stall

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 
 #include <array>
@@ -19,6 +20,8 @@ PtyLine open_pty_line() {
     throw std::runtime_error("Could not make a pseudo-terminal.");
   ::cfmakeraw(&settings);
   ::tcsetattr(master, TCSANOW, &settings);
+  int on = 1;
+  if (::ioctl(master, TIOCPKT, &on) != 0) throw std::runtime_error("The pseudo-terminal has no packet mode.");
   line.path = name.data();
   // Only after it was open once does the master report that nobody has the other end.
   const UniqueFd other(::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC));

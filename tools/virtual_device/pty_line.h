@@ -8,7 +8,7 @@ namespace hvt::device {
 
 // The device's end of a pseudo-terminal that passes every byte unchanged.
 struct PtyLine {
-  UniqueFd master;             // non-blocking
+  UniqueFd master;  // non-blocking, in packet mode: a byte of news (TIOCPKT_...) precedes what is read
   std::filesystem::path path;  // of the end that the program opens
 };
 

@@ -1,11 +1,14 @@
 // Risk: bytes lost, doubled or reordered between a real line and the program, and a device that comes back
 // unseen. The virtual device runs as a program of its own, found by the name it announces.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <spawn.h>
 #include <stdlib.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,8 +16,10 @@
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
+#include <span>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/posix/unique_fd.h"
@@ -180,6 +185,28 @@ TEST(VirtualDevice, AnUnthrottledFloodArrivesWhole) {
     ASSERT_TRUE(receiver.connect(L"ttyV0"));
     EXPECT_TRUE(receiver.wait_for_records(kRecords)) << "after " << receiver.bytes() << " bytes";
   }
+}
+
+// A loaded machine may take long between opening the port and emptying its queue.
+TEST(VirtualDevice, TheFloodWaitsUntilTheQueueIsEmptied) {
+  const PrivateFolder folder;
+  DeviceProcess device({"--flood", "max", "--count", "10"});
+  const std::string ready = device.line("ready");
+  ASSERT_FALSE(ready.empty());
+  const UniqueFd port(::open(ready.substr(ready.rfind(' ') + 1).c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  ASSERT_TRUE(port);
+  std::this_thread::sleep_for(300ms);
+  ASSERT_EQ(::tcflush(port.get(), TCIOFLUSH), 0);
+  device::PatternVerifier verifier(device::PatternKind::kText, device::PatternVerifier::Start::kAtRecordZero);
+  std::array<std::uint8_t, 4096> bytes{};
+  pollfd readable{port.get(), POLLIN, 0};
+  while (verifier.whole_records() < 10 && ::poll(&readable, 1, 10'000) == 1) {
+    const auto count = ::read(port.get(), bytes.data(), bytes.size());
+    ASSERT_GT(count, 0);
+    verifier.feed(std::span(bytes).first(static_cast<std::size_t>(count)));
+  }
+  EXPECT_FALSE(verifier.fault());
+  EXPECT_EQ(verifier.whole_records(), 10u);
 }
 
 TEST(VirtualDevice, ComesBackUnderItsNameAfterAnUnplug) {
