@@ -18,6 +18,7 @@
 #include "app/app.h"
 #include "base/posix/unique_fd.h"
 #include "tests/support/device_process.h"
+#include "tests/support/folder.h"
 #include "tests/support/pty.h"
 #include "tests/support/recording_window.h"
 
@@ -37,7 +38,7 @@ void report(benchmark::State& state, const std::string& name, std::vector<double
 // The program, connected, with the transmit panel open and "PING" in its first row.
 struct Program {
   explicit Program(const std::string& port)
-      : app({},
+      : app(folder.path(), {},
             [port] {
               return std::vector<PortDescription>{{{port.begin(), port.end()}, L""}};
             }),
@@ -64,6 +65,7 @@ struct Program {
     if (window.state(ControlId::wait_for_rx).checked != on) app.command(ControlId::wait_for_rx);
   }
 
+  test::Folder folder;
   App app;
   test::RecordingWindow window;
 };

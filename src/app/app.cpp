@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "settings/send_preset.h"
 #include "transmit/number_fields.h"
 #include "transmit/packet_text.h"
 #include "ui/choices.h"
@@ -12,13 +13,9 @@
 namespace hvt {
 namespace {
 
+constexpr std::wstring_view kProductName = L"HalvetricSerialTest";
 constexpr std::uintptr_t kDisplayTimer = 1;
 constexpr unsigned kDisplayTimerMilliseconds = 50;
-
-template <typename Strings>
-std::vector<std::wstring> entries_of(const Strings& strings) {
-  return {strings.begin(), strings.end()};
-}
 
 // What a transmit field or a packet has to say about itself, in the words of the exception.
 std::wstring message_of(const std::exception& error) {
@@ -27,8 +24,9 @@ std::wstring message_of(const std::exception& error) {
 
 }  // namespace
 
-App::App(TransportFactory factory, PortSource port_source)
-    : port_source_(std::move(port_source)),
+App::App(std::filesystem::path data_folder, TransportFactory factory, PortSource port_source)
+    : data_folder_(std::move(data_folder)),
+      port_source_(std::move(port_source)),
       inbox_([this] { wake_display(); }),
       serial_(std::move(factory), serial_callbacks()),
       engine_(waits_, engine_link()) {}
@@ -42,16 +40,15 @@ void App::attach(MainWindow& window) {
   window_ = &window;
   post_target_ = &window;
   pump_ = std::make_unique<DisplayPump>(inbox_, window.receive_view());
-  window.receive_view().set_language(facts_.language);
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
-  ports_.start(port_source_(), {});
-  fill_choices();
-  fill_repeat_fields();
+  const bool has_saved_size = load_settings();
+  window.receive_view().set_language(facts_.language);
+  ports_.start(port_source_(), settings_.port_name);
   show_ports();
   update_controls();
   show_status(words(TextId::status_ready));
   metrics_changed();
-  window.set_client_size(first_client_size(metrics_));
+  place_window(has_saved_size);
   window.show();
   window.start_timer(kDisplayTimer, kDisplayTimerMilliseconds);
 }
@@ -80,6 +77,8 @@ void App::command(ControlId id) {
     case ControlId::auto_crlf: return toggle(&Facts::auto_crlf);
     case ControlId::wait_for_rx: return toggle(&Facts::wait_for_rx);
     case ControlId::repeat: return repeat();
+    case ControlId::save_packets: return save_packets();
+    case ControlId::load_packets: return load_packets();
     default:
       if (is_packet_row(id)) send(packet_row(id));
   }
@@ -115,6 +114,7 @@ Size App::minimum_client_size(int proposed_width) {
 void App::closing() {
   if (std::exchange(closed_, true)) return;
   disconnect();
+  if (window_) save_settings();
 }
 
 void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
@@ -148,46 +148,30 @@ void App::show_ports() {
   facts_.has_ports = !ports_.empty();
 }
 
-void App::fill_choices() {
-  std::vector<std::wstring> parities;
-  for (const TextId parity : kParities)
-    parities.emplace_back(words(parity));
-  show_choice(ControlId::timeout, entries_of(kTimeoutSeconds), kDefaultTimeout);
-  show_choice(ControlId::baud, entries_of(kBaudRates), kDefaultBaud);
-  show_choice(ControlId::data_bits, entries_of(kDataBits), kDefaultDataBits);
-  show_choice(ControlId::stop_bits, entries_of(kStopBits), kStopBitsOne);
-  show_choice(ControlId::parity, std::move(parities), kParityNone);
-}
-
-void App::fill_repeat_fields() {
-  for (const auto& [field, value] : kFirstFieldTexts)
-    window_->set_field_text(field, value, 0);
-}
-
-void App::show_choice(ControlId id, std::vector<std::wstring> entries, std::size_t selected) {
-  window_->set_choices(id, entries, selected, {});
-}
-
 // Nothing, after showing why, when a field does not hold what it should.
 std::optional<SerialSettings> App::read_settings() {
   if (ports_.chosen().empty()) {
     show_error(text(TextId::select_port_first, Language::english));
     return std::nullopt;
   }
-  const auto row = [&](ControlId id) { return window_->selected_choice(id).value_or(0); };
   SerialSettings settings;
   settings.port = ports_.chosen();
   try {
-    const auto baud = parse_field_number(kBaudRates[row(ControlId::baud)], 1, 4'000'000, words(TextId::baud));
-    const auto bits = parse_field_number(kDataBits[row(ControlId::data_bits)], 5, 8, words(TextId::data_bit));
-    settings.baud = static_cast<std::uint32_t>(baud);
-    settings.data_bits = static_cast<std::uint8_t>(bits);
+    const auto number = [&](ControlId id, int min, int max, const wchar_t* label) {
+      return parse_field_number(binding_.chosen_text(*window_, id), min, max, label);
+    };
+    settings.baud = static_cast<std::uint32_t>(number(ControlId::baud, 1, 4'000'000, L"Baud"));
+    settings.data_bits = static_cast<std::uint8_t>(number(ControlId::data_bits, 5, 8, L"Data bits"));
   } catch (const std::runtime_error& error) {
     show_error(message_of(error));
     return std::nullopt;
   }
-  settings.stop_bits = static_cast<std::int32_t>(row(ControlId::stop_bits));
-  settings.parity = static_cast<std::int32_t>(row(ControlId::parity));
+  // Rows are the codes; a saved text that is no entry has a row, and so a code, that does not exist.
+  const auto code = [&](ControlId id) {
+    return static_cast<std::int32_t>(window_->selected_choice(id).value_or(0));
+  };
+  settings.stop_bits = code(ControlId::stop_bits);
+  settings.parity = code(ControlId::parity);
   return settings;
 }
 
@@ -195,7 +179,7 @@ void App::connect() {
   if (facts_.link != LinkState::disconnected) return;
   const auto settings = read_settings();
   if (!settings) return;
-  const auto timeout = window_->selected_choice(ControlId::timeout).value_or(kDefaultTimeout);
+  const auto timeout = window_->selected_choice(ControlId::timeout).value_or(0);
   const int seconds = parse_field_number(kTimeoutSeconds[timeout], 1, 5, words(TextId::connection_timeout));
   const std::uint64_t attempt = ++attempt_;
   const bool started =
@@ -394,6 +378,87 @@ void App::run_failed(std::uint64_t attempt, const std::wstring& message, Connect
   if (connection == Connection::broken) disconnect();
   update_controls();
   show_error(message);
+}
+
+// Settings and files
+
+// True when the file holds a window size. A file that cannot be read counts as none; it stays as it is until
+// the next save.
+bool App::load_settings() {
+  LoadedSettings loaded;
+  try {
+    loaded = hvt::load_settings(settings_path(data_folder_));
+  } catch (const std::exception&) {
+    loaded = {};
+  }
+  settings_ = loaded.settings;
+  binding_.show(settings_, *window_, facts_);
+  return loaded.has_saved_window_size;
+}
+
+void App::place_window(bool as_saved) {
+  const Rect saved{settings_.window_left, settings_.window_top, settings_.window_width,
+                   settings_.window_height};
+  if (!as_saved) return window_->set_client_size(first_client_size(metrics_));
+  window_->set_place({saved, settings_.window_state == L"Maximized"});
+}
+
+void App::gather_settings() {
+  binding_.gather(*window_, facts_, settings_);
+  if (!ports_.chosen().empty()) settings_.port_name = ports_.chosen();
+}
+
+void App::save_settings() {
+  gather_settings();
+  const WindowPlace place = window_->current_place();
+  settings_.window_left = place.normal.x;
+  settings_.window_top = place.normal.y;
+  settings_.window_width = place.normal.width;
+  settings_.window_height = place.normal.height;
+  settings_.window_state = place.maximized ? L"Maximized" : L"Normal";
+  try {
+    hvt::save_settings(settings_path(data_folder_), settings_);
+  } catch (const std::exception& error) {
+    window_->show_notice(kProductName,
+                         std::wstring(words(TextId::settings_not_saved)) + L"\n" + message_of(error));
+  }
+}
+
+std::optional<std::filesystem::path> App::ask_packets_file(bool save) {
+  FileQuestion question;
+  question.save = save;
+  question.title = words(save ? TextId::save_packets : TextId::load_packets);
+  question.folder = send_preset_folder(data_folder_);
+  std::filesystem::create_directories(question.folder);
+  question.types = {{std::wstring(words(TextId::packets_file)), L"*.json"},
+                    {std::wstring(words(TextId::all_files)), L"*.*"}};
+  question.proposed_name = kProposedSendPresetName;
+  question.extension = L"json";
+  return window_->ask_file(question);
+}
+
+void App::save_packets() {
+  try {
+    const auto path = ask_packets_file(true);
+    if (!path) return;
+    gather_settings();
+    save_send_preset_file(*path, settings_.send_items);
+  } catch (const std::exception& error) {
+    show_error(message_of(error));
+  }
+}
+
+void App::load_packets() {
+  try {
+    const auto path = ask_packets_file(false);
+    if (!path) return;
+    const SendItems items = load_send_preset_file(*path);
+    for (std::size_t row = 0; row < kPacketRows; ++row)
+      window_->set_field_text(packet_field(row), items[row], 0);
+    gather_settings();
+  } catch (const std::exception& error) {
+    show_error(message_of(error));
+  }
 }
 
 // Receiving and the display

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "app/display_pump.h"
 #include "app/inbox.h"
 #include "app/port_selection.h"
+#include "app/settings_binding.h"
 #include "app/task_queue.h"
 #include "base/guarded.h"
 #include "serial/serial_port.h"
@@ -32,11 +34,14 @@ namespace hvt {
 //           taken away before with detach().
 class App final : public WindowEvents {
  public:
-  // An empty factory opens this system's serial ports.
-  explicit App(TransportFactory factory, PortSource port_source = list_system_ports);
+  // Settings and what else is kept stand below `data_folder`. An empty factory opens this system's serial
+  // ports.
+  explicit App(std::filesystem::path data_folder, TransportFactory factory = {},
+               PortSource port_source = list_system_ports);
   ~App() override;
 
-  // Fills the window's controls, gives it its first size, shows it and starts the display timer.
+  // Loads the settings, fills the window's controls, gives it its place, shows it and starts the display
+  // timer.
   void attach(MainWindow& window);
   void detach();
 
@@ -83,12 +88,17 @@ class App final : public WindowEvents {
 
   void refresh_ports();
   void show_ports();
-  void fill_choices();
-  void fill_repeat_fields();
-  void show_choice(ControlId id, std::vector<std::wstring> entries, std::size_t selected);
   std::optional<SerialSettings> read_settings();
   void connect_ended(std::uint64_t attempt, bool connected, const std::wstring& message, int seconds);
   void connection_lost(std::uint64_t attempt, const std::wstring& message);
+
+  bool load_settings();
+  void place_window(bool as_saved);
+  void gather_settings();
+  void save_settings();
+  void save_packets();
+  void load_packets();
+  std::optional<std::filesystem::path> ask_packets_file(bool save);
 
   DisplayOptions display_options() const;
   void wake_display();
@@ -105,6 +115,7 @@ class App final : public WindowEvents {
   void show_error(std::wstring_view english);
   std::wstring_view words(TextId id) const { return text(id, facts_.language); }
 
+  const std::filesystem::path data_folder_;
   const PortSource port_source_;
   MainWindow* window_ = nullptr;
   std::unique_ptr<DisplayPump> pump_;
@@ -113,6 +124,8 @@ class App final : public WindowEvents {
   Metrics metrics_;
   Size client_;
   PortSelection ports_;
+  AppSettings settings_;  // as loaded or gathered last
+  SettingsBinding binding_;
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};

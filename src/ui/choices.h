@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "ui/controls.h"
 #include "ui/texts.h"
 
 namespace hvt {
@@ -18,20 +17,8 @@ inline constexpr std::array<std::wstring_view, 4> kDataBits{L"5", L"6", L"7", L"
 inline constexpr std::array<std::wstring_view, 3> kStopBits{L"1", L"1.5", L"2"};  // index = stop-bits code
 inline constexpr std::array kParities{TextId::parity_none, TextId::parity_odd, TextId::parity_even,
                                       TextId::parity_mark, TextId::parity_space};  // index = parity code
+inline constexpr std::array<std::wstring_view, 5> kParityNames{L"None", L"Odd", L"Even", L"Mark",
+                                                               L"Space"};  // as they are saved
 inline constexpr std::array<std::wstring_view, 3> kTimeoutSeconds{L"1", L"3", L"5"};
-
-inline constexpr std::size_t kDefaultBaud = 8;      // 115200
-inline constexpr std::size_t kDefaultDataBits = 3;  // 8
-inline constexpr std::size_t kDefaultTimeout = 1;   // 3 seconds
-
-// What the number fields hold at first.
-struct FieldText {
-  ControlId field;
-  std::wstring_view text;
-};
-inline constexpr FieldText kFirstFieldTexts[]{
-    {ControlId::start_packet, L"1"},  {ControlId::end_packet, L"1"}, {ControlId::repeat_count, L"3"},
-    {ControlId::rx_timeout, L"1000"}, {ControlId::interval, L"100"},
-};
 
 }  // namespace hvt

@@ -58,6 +58,8 @@ constexpr std::array<ControlRow, kControlCount> kControls{{
     {Id::send_9, Kind::button, transmit, "send_9"},
     {Id::packet_10, Kind::packet_edit, transmit, "packet_10"},
     {Id::send_10, Kind::button, transmit, "send_10"},
+    {Id::save_packets, Kind::button, transmit, "save_packets"},
+    {Id::load_packets, Kind::button, transmit, "load_packets"},
 
     {Id::repeat_title, Kind::title, repeat, "repeat_title"},
     {Id::packet_number_label, Kind::label, repeat, "packet_number_label"},

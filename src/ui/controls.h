@@ -56,6 +56,8 @@ enum class ControlId : std::uint8_t {
   send_9,
   packet_10,
   send_10,
+  save_packets,
+  load_packets,
   repeat_title,
   packet_number_label,
   start_packet,

@@ -101,6 +101,10 @@ constexpr auto kPacketItems = [] {
   return rows;
 }();
 
+constexpr Item kPacketFileItems[]{
+    {ControlId::save_packets, Gap::group, 0, Spare::pushes_right},
+    {ControlId::load_packets, Gap::near},
+};
 constexpr Item kRepeatItems[]{
     {ControlId::repeat_title},
     {ControlId::packet_number_label},
@@ -212,6 +216,7 @@ Plan make_plan(const Ruler& ruler, int client_width, const PanelState& panel) {
   plan.repeat = {kFoldedRepeatItems};
   if (panel.transmit_expanded) {
     plan.transmit.insert(plan.transmit.end(), kPacketItems.begin(), kPacketItems.end());
+    plan.transmit.emplace_back(kPacketFileItems);
     plan.repeat = wrap(ruler, kRepeatRow, inner, narrow);
   }
   return plan;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <span>
@@ -45,6 +46,28 @@ struct ControlChange {
 
 enum class StatusTone { plain, error };
 
+// Which file a person is to choose in the system's own dialog.
+struct FileQuestion {
+  struct Type {
+    std::wstring name;     // with its pattern: "Text (*.txt)"
+    std::wstring pattern;  // "*.txt"
+  };
+  bool save = false;  // a file to write, with a warning before an existing one is replaced
+  std::wstring title;
+  std::filesystem::path folder;  // where the dialog begins; exists
+  std::vector<Type> types;       // the first one is selected
+  // Of save:
+  std::wstring proposed_name;
+  std::wstring extension;  // added to a name without one; without the full stop
+};
+
+// Where the window stands. The rectangle is that of the restored window in screen pixels, also while it is
+// maximized.
+struct WindowPlace {
+  Rect normal;
+  bool maximized = false;
+};
+
 // The one window of the program, as the controller sees it.
 //
 // Promises  shows what it is told and nothing else; raises no event for a change made through this interface.
@@ -60,6 +83,9 @@ class MainWindow {
   // again. The size is limited to the screen's work area; resized() reports what came out.
   virtual void set_client_size(Size client) = 0;
   virtual void show() = 0;
+  // The place for show() to give the window, moved to where a screen is.
+  virtual void set_place(const WindowPlace& place) = 0;
+  virtual WindowPlace current_place() const = 0;
   virtual void apply(std::span<const ControlChange> changes) = 0;
   // Moves every control; those with an empty rectangle are left alone (they are hidden by apply()).
   virtual void place(const Placement& placement) = 0;
@@ -78,6 +104,12 @@ class MainWindow {
 
   virtual void set_status(std::wstring_view text, StatusTone tone) = 0;
   virtual ReceiveView& receive_view() = 0;
+
+  // A message that a person has to see. Returns when it was read; events come meanwhile.
+  virtual void show_notice(std::wstring_view title, std::wstring_view text) = 0;
+  // Nothing when the dialog was cancelled. Events come meanwhile. Throws std::runtime_error "Could not open
+  // the file dialog.".
+  virtual std::optional<std::filesystem::path> ask_file(const FileQuestion& question) = 0;
 
   // Any thread: have WindowEvents::message(message, 0, 0) called on the interface thread. False when refused
   // (the window is gone, the system's queue is full): the caller must be able to try again.

@@ -116,6 +116,8 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
     set_in_panel(packet_field(row), TextId::none, no_repeat);
     set_in_panel(send_button(row), TextId::send, can_send);
   }
+  set_in_panel(ControlId::save_packets, TextId::save_packets);
+  set_in_panel(ControlId::load_packets, TextId::load_packets, no_repeat);
 
   set(ControlId::repeat_title, {.caption = TextId::repeat});
   set_in_panel(ControlId::packet_number_label, TextId::packet_number);

@@ -70,6 +70,12 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::transmit, L"Transmit", L"송신"),
     row(TextId::auto_crlf, L"Auto append CR/LF", L"CR/LF 자동 추가"),
     row(TextId::send, L"Send", L"보내기"),
+    row(TextId::save_packets, L"Save send data file", L"송신 데이터 파일 저장"),
+    row(TextId::load_packets, L"Load send data file", L"송신 데이터 파일 불러오기"),
+    row(TextId::packets_file, L"Serial send preset (*.json)", L"시리얼 송신 프리셋 (*.json)"),
+    row(TextId::all_files, L"All files (*.*)", L"모든 파일 (*.*)"),
+    row(TextId::settings_not_saved, L"Could not save settings.", L"설정을 저장할 수 없습니다."),
+    row(TextId::no_file_dialog, L"Could not open the file dialog.", L"파일 대화 상자를 열 수 없습니다."),
 
     row(TextId::repeat, L"Repeat", L"반복 송신"),
     row(TextId::packet_number, L"Packet number", L"패킷 번호"),
@@ -155,6 +161,19 @@ constexpr Pair kMessages[]{
     {L"Invalid Unicode text.", L"잘못된 유니코드 텍스트입니다."},
     {L"Invalid UTF-8 text.", L"잘못된 UTF-8 텍스트입니다."},
     {L"Text is too long.", L"텍스트가 너무 깁니다."},
+
+    // Files
+    {L"Could not open the data file.", L"데이터 파일을 열 수 없습니다."},
+    {L"Data file exceeds the 16 MiB limit.", L"데이터 파일이 16 MiB 제한을 초과합니다."},
+    {L"Could not read the data file.", L"데이터 파일을 읽을 수 없습니다."},
+    {L"Could not create the data file.", L"데이터 파일을 만들 수 없습니다."},
+    {L"Could not save the data file.", L"데이터 파일을 저장할 수 없습니다."},
+    {L"Invalid JSON document.", L"JSON 문서가 올바르지 않습니다."},
+    {L"Expected a JSON object.", L"JSON 객체가 필요합니다."},
+    {L"Expected a JSON integer.", L"JSON 정수가 필요합니다."},
+    {L"Invalid or out-of-range JSON integer.", L"JSON 정수가 올바르지 않거나 범위를 벗어났습니다."},
+    {L"Expected an array of send strings.", L"송신 문자열 배열이 필요합니다."},
+    {L"Expected a send string.", L"송신 문자열이 필요합니다."},
 
     // Transmission
     {L"A transmission is already in progress.", L"이미 송신 중입니다."},

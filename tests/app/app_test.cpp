@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/folder.h"
 #include "tests/support/latch.h"
 #include "tests/support/recording_window.h"
 #include "tests/support/scripted_transport.h"
@@ -33,7 +34,8 @@ std::vector<PortDescription> two_ports() {
 struct Program {
   explicit Program(TransportFactory factory = {}, PortSource ports = two_ports)
       : app(
-            factory ? std::move(factory) : [this](const auto&, auto&) { return device; }, std::move(ports)),
+            folder.path(), factory ? std::move(factory) : [this](const auto&, auto&) { return device; },
+            std::move(ports)),
         window(app) {
     app.attach(window);
   }
@@ -82,6 +84,7 @@ struct Program {
   std::wstring_view repeat_caption() { return window.state(ControlId::repeat).caption; }
 
   std::shared_ptr<ScriptedTransport> device = std::make_shared<ScriptedTransport>();
+  test::Folder folder;
   App app;
   RecordingWindow window;
 };

@@ -10,7 +10,7 @@
 #include "base/text.h"
 #include "settings/data_file.h"
 #include "tests/settings/awkward.h"
-#include "tests/settings/folder.h"
+#include "tests/support/folder.h"
 #include "tests/support/error_of.h"
 
 namespace hvt {

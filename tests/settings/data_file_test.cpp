@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "settings/temporary_name.h"
-#include "tests/settings/folder.h"
+#include "tests/support/folder.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
 

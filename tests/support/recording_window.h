@@ -66,6 +66,13 @@ class RecordingWindow final : public MainWindow {
   }
   void set_status(std::wstring_view text, StatusTone tone) override { status_ = {std::wstring(text), tone}; }
   ReceiveView& receive_view() override { return view_; }
+  void set_place(const WindowPlace& place) override { place_ = place; }
+  WindowPlace current_place() const override { return place_; }
+  void show_notice(std::wstring_view, std::wstring_view text) override { notices.emplace_back(text); }
+  std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override {
+    asked.push_back(question);
+    return chosen_file;
+  }
   bool post(unsigned message) override {
     const std::lock_guard lock(mutex_);
     if (refuses_posts_) return false;
@@ -114,12 +121,16 @@ class RecordingWindow final : public MainWindow {
   const Placement& placement() const { return placement_; }
 
   bool input_waits = false;
+  std::vector<std::wstring> notices;
+  std::vector<FileQuestion> asked;
+  std::optional<std::filesystem::path> chosen_file;  // what the person answers, nothing for a cancel
 
  private:
   WindowEvents& events_;
   PlainReceiveView view_;
   ControlStates states_{};
   Placement placement_{};
+  WindowPlace place_;
   std::map<ControlId, std::wstring> fields_;
   std::map<ControlId, Choice> choices_;
   std::pair<std::wstring, StatusTone> status_;

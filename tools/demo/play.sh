@@ -41,16 +41,18 @@ exec {commands}>"$runtime/device"
 tell() { echo "$1" >&"$commands"; }
 for _ in $(seq 100); do [ -s "$out/device.txt" ] && break; sleep 0.05; done
 
-# The program.
+# The program, a copy in a folder of its own: settings lie beside it.
+mkdir "$runtime/program"
+cp "${windows:-$build}/src/app/HalvetricSerialTest"* "$runtime/program"
 if [ -n "$windows" ]; then
   # COM9 is the device, and the only port listed: COM1 is this machine's own console.
   ln -sfn "$(grep -oE '/dev/pts/[0-9]+' "$out/device.txt" | head -1)" "$WINEPREFIX/dosdevices/com9"
   serialcomm='HKLM\HARDWARE\DEVICEMAP\SERIALCOMM'
   tools/wine/run.sh reg delete "$serialcomm" /va /f >/dev/null 2>&1 || true
   tools/wine/run.sh reg add "$serialcomm" /v '\Device\Serial9' /d COM9 /f >/dev/null 2>&1
-  tools/wine/run.sh "$windows/src/app/HalvetricSerialTest.exe" >/dev/null 2>&1 &
+  tools/wine/run.sh "$runtime/program/HalvetricSerialTest.exe" >/dev/null 2>&1 &
 else
-  "$build/src/app/HalvetricSerialTest" &
+  "$runtime/program/HalvetricSerialTest" &
 fi
 program=$!
 children+=("$program")
@@ -63,7 +65,8 @@ map_controls() {
     tools/wine/run.sh "$windows/tools/hvt-control-map.exe" 2>/dev/null | tr -d '\r' >"$runtime/map"
   else
     xdotool windowmove --sync "$window" 0 0 2>/dev/null || true
-    "$build/tools/hvt-control-map" "$1" >"$runtime/map"
+    rm -rf "$runtime/map-data"
+    "$build/tools/hvt-control-map" "$runtime/map-data" "$1" >"$runtime/map"
   fi
 }
 click() {

@@ -2,13 +2,14 @@
 #include <memory>
 
 #include "app/app.h"
+#include "app/folders.h"
 #include "ui/main_window.h"
 #include "ui/qt/application.h"
 
 namespace {
 
 int run(hvt::Application& application) {
-  hvt::App app({});
+  hvt::App app(hvt::data_folder());
   const std::unique_ptr<hvt::MainWindow> window = hvt::create_main_window(app);
   app.attach(*window);
   const int code = application.run();

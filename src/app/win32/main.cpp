@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "app/app.h"
+#include "app/folders.h"
 #include "ui/main_window.h"
 #include "ui/win32/application.h"
 
@@ -11,7 +12,7 @@ namespace {
 
 int run_application() {
   const hvt::InterfaceLibraries libraries;
-  hvt::App app({});
+  hvt::App app(hvt::data_folder());
   const std::unique_ptr<hvt::MainWindow> window = hvt::create_main_window(app);
   app.attach(*window);
   const int code = hvt::run_message_loop(*window);

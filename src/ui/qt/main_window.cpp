@@ -4,7 +4,9 @@
 #include <QButtonGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QFileDialog>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPainter>
 #include <QResizeEvent>
 #include <QScreen>
@@ -137,6 +139,22 @@ void QtMainWindow::set_client_size(Size client) {
   if (isVisible() && size() == before) events_.resized(client_size(before));  // no resize event comes
 }
 
+void QtMainWindow::set_place(const WindowPlace& place) {
+  const QRect wanted(place.normal.x, place.normal.y, place.normal.width, place.normal.height);
+  const QScreen* const where = QGuiApplication::screenAt(wanted.center());
+  const QRect free = (where != nullptr ? where : screen())->availableGeometry();
+  QRect rect(wanted.topLeft(), wanted.size().boundedTo(free.size()));
+  rect.moveTo(std::clamp(rect.x(), free.left(), free.right() + 1 - rect.width()),
+              std::clamp(rect.y(), free.top(), free.bottom() + 1 - rect.height()));
+  setGeometry(rect);
+  if (place.maximized) setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+WindowPlace QtMainWindow::current_place() const {
+  const QRect rect = isMaximized() ? normalGeometry() : geometry();
+  return {{rect.x(), rect.y(), rect.width(), rect.height()}, isMaximized()};
+}
+
 void QtMainWindow::apply(std::span<const ControlChange> changes) {
   for (const auto& [id, state] : changes) {
     set_caption(id, state.caption);
@@ -240,6 +258,26 @@ void QtMainWindow::set_status(std::wstring_view text, StatusTone tone) {
 
 ReceiveView& QtMainWindow::receive_view() {
   return as<ReceiveViewWidget>(ControlId::receive_view);
+}
+
+void QtMainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
+  QMessageBox box(QMessageBox::Information, to_qstring(title), to_qstring(text), QMessageBox::Ok, this);
+  box.setTextFormat(Qt::PlainText);
+  box.exec();
+}
+
+std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& question) {
+  QFileDialog dialog(this, to_qstring(question.title), QString::fromStdString(question.folder.string()));
+  dialog.setAcceptMode(question.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+  dialog.setFileMode(question.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+  QStringList filters;
+  for (const FileQuestion::Type& type : question.types)
+    filters << to_qstring(type.name);
+  dialog.setNameFilters(filters);
+  dialog.setDefaultSuffix(to_qstring(question.extension));
+  if (question.save) dialog.selectFile(to_qstring(question.proposed_name));
+  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+  return std::filesystem::path(dialog.selectedFiles().front().toStdString());
 }
 
 // What the controller hears

@@ -35,6 +35,8 @@ class QtMainWindow final : public QWidget, public MainWindow {
   void set_title(std::wstring_view title) override;
   void set_client_size(Size client) override;
   void show() override { QWidget::show(); }
+  void set_place(const WindowPlace& place) override;
+  WindowPlace current_place() const override;
   void apply(std::span<const ControlChange> changes) override;
   void place(const Placement& placement) override;
   Metrics measure() const override;
@@ -49,6 +51,9 @@ class QtMainWindow final : public QWidget, public MainWindow {
 
   void set_status(std::wstring_view text, StatusTone tone) override;
   ReceiveView& receive_view() override;
+
+  void show_notice(std::wstring_view title, std::wstring_view text) override;
+  std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
 
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;

@@ -9,6 +9,7 @@
 
 #include "ui/win32/choice.h"
 #include "ui/win32/fields.h"
+#include "ui/win32/file_dialog.h"
 #include "ui/win32/sizing.h"
 
 namespace hvt {
@@ -308,8 +309,27 @@ void Win32MainWindow::set_client_size(Size client) {
 
 void Win32MainWindow::show() {
   if (handle() == nullptr || IsWindowVisible(handle())) return;
-  ShowWindow(handle(), SW_SHOWDEFAULT);
+  ShowWindow(handle(), show_command_);
   UpdateWindow(handle());
+}
+
+// The system moves a place that no screen shows.
+void Win32MainWindow::set_place(const WindowPlace& place) {
+  const Rect& rect = place.normal;
+  WINDOWPLACEMENT placement{};
+  placement.length = sizeof placement;
+  placement.showCmd = SW_HIDE;  // until show()
+  placement.rcNormalPosition = {rect.x, rect.y, rect.right(), rect.bottom()};
+  SetWindowPlacement(handle(), &placement);
+  if (place.maximized) show_command_ = SW_SHOWMAXIMIZED;
+}
+
+WindowPlace Win32MainWindow::current_place() const {
+  WINDOWPLACEMENT placement{};
+  placement.length = sizeof placement;
+  GetWindowPlacement(handle(), &placement);
+  const RECT& rect = placement.rcNormalPosition;
+  return {{rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top}, IsZoomed(handle()) != FALSE};
 }
 
 void Win32MainWindow::apply(std::span<const ControlChange> changes) {
@@ -382,6 +402,14 @@ void Win32MainWindow::set_status(std::wstring_view text, StatusTone tone) {
   const HWND status = controls_[ControlId::status];
   SetWindowTextW(status, std::wstring(text).c_str());
   if (status != nullptr) InvalidateRect(status, nullptr, TRUE);
+}
+
+void Win32MainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
+  MessageBoxW(handle(), std::wstring(text).c_str(), std::wstring(title).c_str(), MB_OK | MB_ICONINFORMATION);
+}
+
+std::optional<std::filesystem::path> Win32MainWindow::ask_file(const FileQuestion& question) {
+  return show_send_data_file_dialog(handle(), question);
 }
 
 bool Win32MainWindow::post(unsigned message) {

@@ -39,6 +39,8 @@ class Win32MainWindow final : public MainWindow {
   void set_title(std::wstring_view title) override;
   void set_client_size(Size client) override;
   void show() override;
+  void set_place(const WindowPlace& place) override;
+  WindowPlace current_place() const override;
   void apply(std::span<const ControlChange> changes) override;
   void place(const Placement& placement) override;
   Metrics measure() const override;
@@ -50,6 +52,8 @@ class Win32MainWindow final : public MainWindow {
   std::optional<std::size_t> selected_choice(ControlId id) const override;
   void set_status(std::wstring_view text, StatusTone tone) override;
   ReceiveView& receive_view() override { return receive_view_; }
+  void show_notice(std::wstring_view title, std::wstring_view text) override;
+  std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;
   bool input_waiting() const override;
@@ -108,7 +112,8 @@ class Win32MainWindow final : public MainWindow {
   StatusTone status_tone_ = StatusTone::plain;
   HWND last_focus_ = nullptr;  // the control to return to when the window becomes active again
   int own_changes_ = 0;        // above 0 while the program itself changes controls: no events then
-  bool live_ = false;          // created completely and not failed: events may be raised
+  int show_command_ = SW_SHOWDEFAULT;
+  bool live_ = false;  // created completely and not failed: events may be raised
   bool closing_told_ = false;
   std::exception_ptr failure_;  // what ended the message loop
 };

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "app/app.h"
+#include "tests/support/folder.h"
 #include "tests/support/pty.h"
 #include "ui/qt/main_window.h"
 #include "ui/qt/qt_text.h"
@@ -30,7 +31,7 @@ namespace {
 class Window : public testing::Test {
  protected:
   explicit Window(TransportFactory factory = {})
-      : app_(std::move(factory),
+      : app_(folder_.path(), std::move(factory),
              [this] {
                return std::vector<PortDescription>{{device_->port(), L""}};
              }),
@@ -91,6 +92,7 @@ class Window : public testing::Test {
   }
 
   std::unique_ptr<test::Pty> device_ = std::make_unique<test::Pty>();
+  test::Folder folder_;
   App app_;
   QtMainWindow window_;
 };

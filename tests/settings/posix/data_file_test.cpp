@@ -16,7 +16,7 @@
 #include <functional>
 #include <string>
 
-#include "tests/settings/folder.h"
+#include "tests/support/folder.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
 

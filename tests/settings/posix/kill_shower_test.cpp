@@ -20,7 +20,7 @@
 #include "base/posix/unique_fd.h"
 #include "settings/app_settings.h"
 #include "settings/data_file.h"
-#include "tests/settings/folder.h"
+#include "tests/support/folder.h"
 
 namespace hvt {
 namespace {

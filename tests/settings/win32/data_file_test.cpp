@@ -8,7 +8,7 @@
 #include <string>
 
 #include "base/win32/unique_handle.h"
-#include "tests/settings/folder.h"
+#include "tests/support/folder.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
 

@@ -1,6 +1,8 @@
 // Prints "name x y width height" for every visible control of the main window, relative to its client area.
-// The window is the program's own in its first form; with "expanded" as the argument the Transmit panel is
-// open. Scripts that drive the real program with the mouse read this: widgets are not windows of their own.
+//   hvt-control-map DATA_FOLDER [expanded]
+// The window is the program's own with the settings of the data folder, in which it leaves its own;
+// "expanded" opens or folds the Transmit panel. Scripts that drive the real program with the mouse read this:
+// widgets are not windows of their own.
 
 #include <QWidget>
 #include <cstdio>
@@ -11,10 +13,11 @@
 
 int main(int argc, char** argv) {
   hvt::Application application(argc, argv);
-  hvt::App app({}, [] { return std::vector<hvt::PortDescription>(); });
+  if (argc < 2) return 2;
+  hvt::App app(argv[1], {}, [] { return std::vector<hvt::PortDescription>(); });
   const auto window = hvt::create_main_window(app);
   app.attach(*window);
-  if (argc > 1 && std::string_view(argv[1]) == "expanded") app.command(hvt::ControlId::transmit);
+  if (argc > 2 && std::string_view(argv[2]) == "expanded") app.command(hvt::ControlId::transmit);
   QApplication::processEvents();
   for (const hvt::ControlRow& row : hvt::kControls) {
     const auto name = QString::fromUtf8(row.name.data(), static_cast<qsizetype>(row.name.size()));
