@@ -227,6 +227,7 @@ void App::disconnect() {
   engine_.stop();
   serial_.disconnect();  // ends a write in progress, so that the worker can be joined at once
   engine_.stop_and_join();
+  cancel_waits(*waits_, std::chrono::steady_clock::now());  // the next connection answers nothing of this one
   if (facts_.link == LinkState::disconnected) return;
   facts_.link = LinkState::disconnected;
   if (!window_) return;
@@ -248,9 +249,7 @@ SerialPort::Callbacks App::serial_callbacks() {
 
 void App::connection_lost(std::uint64_t attempt, const std::wstring& message) {
   if (attempt != attempt_) return;
-  engine_.stop();
-  facts_.link = LinkState::disconnected;
-  update_controls();
+  disconnect();
   show_error(message);
 }
 
