@@ -339,9 +339,13 @@ TransmitPanel App::read_transmit_panel() const {
 }
 
 bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error) {
-  if (!mark_sent(bytes)) {
-    error = L"A transmission is already in progress.";
-    return false;
+  {
+    const ResponseWaitSlot::Turn turn(*waits_);
+    if (!mark_sent(bytes)) {
+      error = L"A transmission is already in progress.";
+      return false;
+    }
+    cancel_waits(turn, std::chrono::steady_clock::now());  // no response is waited for behind this packet
   }
   return write_marked(bytes, error);
 }

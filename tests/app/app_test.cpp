@@ -608,6 +608,31 @@ TEST(App, ClearWaitsForAWriteAndThenNothingOldComesBack) {
   EXPECT_TRUE(program.shows(L"[RX] new"));
 }
 
+TEST(App, ADirectWriteIsShownOrTellsWhyNot) {
+  Program program;
+  const ScriptedTransport::Bytes packet{'D'};
+  std::wstring error;
+  EXPECT_FALSE(program.app.direct_write(packet, error));
+  EXPECT_EQ(error, L"Connect to a COM port first.");
+  program.connect();
+  program.open_transmit(L"A");
+  program.wait_for_rx(L"99999999");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A"));
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  std::jthread writer([&] {
+    std::wstring no_error;
+    EXPECT_TRUE(program.app.direct_write(packet, no_error));
+  });
+  ASSERT_TRUE(program.device->wait_until_write_blocks());
+  EXPECT_FALSE(program.app.direct_write(packet, error));
+  EXPECT_EQ(error, L"A transmission is already in progress.");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
+  ASSERT_TRUE(program.shows(L"[TX] A\r\n[TX] D"));
+  program.device->feed({'x'});  // an answer to neither
+  EXPECT_TRUE(program.shows(L"[TX] A\r\n[TX] D\r\n[RX] x"));
+}
+
 TEST(App, HexInputIsSpacedWhileTyping) {
   Program program;
   program.open_transmit(L"0243");
