@@ -493,6 +493,12 @@ TEST(App, ARepeatRunStopsWithItsConnection) {
       {"failed write",
        [](auto& program) { program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken."); },
        L"Broken."},
+      {"failed write after a stop",
+       [](auto& program) {
+         program.app.command(ControlId::repeat);
+         program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken.");
+       },
+       L"Broken."},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
