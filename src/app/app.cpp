@@ -211,6 +211,7 @@ void App::disconnect() {
   engine_.stop();
   serial_.disconnect();  // ends a write in progress, so that the worker can be joined at once
   engine_.stop_and_join();
+  cancel_waits(*waits_, std::chrono::steady_clock::now());  // the next connection answers nothing of this one
   if (facts_.link == LinkState::disconnected) return;
   facts_.link = LinkState::disconnected;
   if (!window_) return;
@@ -232,9 +233,7 @@ SerialPort::Callbacks App::serial_callbacks() {
 
 void App::connection_lost(std::uint64_t attempt, const std::wstring& message) {
   if (attempt != attempt_) return;
-  engine_.stop();
-  facts_.link = LinkState::disconnected;
-  update_controls();
+  disconnect();
   show_error(message);
 }
 
@@ -324,9 +323,13 @@ TransmitPanel App::read_transmit_panel() const {
 }
 
 bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error) {
-  if (!mark_sent(bytes)) {
-    error = L"A transmission is already in progress.";
-    return false;
+  {
+    const ResponseWaitSlot::Turn turn(*waits_);
+    if (!mark_sent(bytes)) {
+      error = L"A transmission is already in progress.";
+      return false;
+    }
+    cancel_waits(turn, std::chrono::steady_clock::now());  // no response is waited for behind this packet
   }
   return write_marked(bytes, error);
 }

@@ -76,7 +76,7 @@ void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& op
     case InboxEvent::Kind::iteration:
       return format_standalone(repeat_separator_text(event.iteration, event.repeat_count, language),
                                ColorRole::normal, line_, text_);
-    case InboxEvent::Kind::withdrawn:
+    case InboxEvent::Kind::withdrawn: return format_hidden_tx(line_, text_);  // it may have been answered
     case InboxEvent::Kind::received: return;
   }
 }

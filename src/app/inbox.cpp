@@ -69,10 +69,10 @@ bool Inbox::begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_
                        const DisplayOptions& options) {
   const std::lock_guard lock(mutex_);
   if (writing_) return false;
-  writing_ = true;
   writing_event_ = filling_.events.size();
   bytes_before_ = filling_.bytes.size();
   add({.kind = InboxEvent::Kind::sent, .size = bytes.size(), .time = time, .options = options}, bytes);
+  writing_ = true;
   return true;
 }
 

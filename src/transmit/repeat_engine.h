@@ -42,8 +42,8 @@ struct RepeatEvent {
 // Promises  every call but stop_and_join() returns without waiting for the port or for a response. Packets go
 //           out once each, in order; one that was accepted is written unless a stop or a failed write comes
 //           first. A run ends with exactly one stopped or failed, or an ended that nothing follows; the
-//           engine takes the next run by then. A wait that a stop cancelled, or a write that failed because
-//           of it, is no error.
+//           engine takes the next run by then. A wait that a stop cancelled is no error; a write that fails
+//           is one, also after a stop: whoever cancelled it knows better.
 // Threads   starts, stop_and_join() and the destructor on one thread; sends and stops also from the sinks,
 //           which run on the worker; stop() and activity() on any.
 // Owns      one worker thread at a time, which shares what it needs, and the queue.

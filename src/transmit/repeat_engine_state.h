@@ -43,7 +43,7 @@ struct RepeatEngine::State {
 // One run on its thread.
 //
 // Promises  ends, whatever happens, in this order: the engine is idle, the waits are cancelled unless the run
-//           ended normally, the disconnect is requested when a manual write failed, the last event.
+//           ended normally, the disconnect is requested when a write failed, the last event.
 // Threads   the worker's own.
 // Owns      the run's packets and sinks.
 // Ends      with the run.

@@ -22,8 +22,7 @@ void RepeatEngine::Worker::run(std::wstring_view failure_text, Loop&& loop) {
   bool disconnect = false;
   std::wstring error;
   try {
-    // A write that fails when the run is to stop has been cancelled.
-    failed = disconnect = !loop(error) && !state_->stop_requested;
+    failed = disconnect = !loop(error);
   } catch (const std::exception& exception) {
     failed = true;
     error = utf8_to_utf16_lossy(exception.what());

@@ -370,6 +370,54 @@ TEST(App, OnlyTheLastPacketOfABurstWaits) {
   EXPECT_TRUE(program.shows_masked(L"[TX] A\r\n[TX] A\r\n[TX] A [t ms]\r\n[RX] x"));
 }
 
+TEST(App, AnAnswerToAPacketThatFailedIsNotThatOfThePacketBefore) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"A");
+  program.wait_for_rx(L"99999999");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A"));
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.device->wait_until_write_blocks());
+  program.device->feed({'x'});
+  ASSERT_TRUE(program.device->wait_until_read_out());
+  ASSERT_TRUE(program.device->wait_until_reading());  // the next read: x is delivered
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken.");
+  ASSERT_TRUE(program.status_becomes(L"Broken."));
+  EXPECT_TRUE(program.shows(L"[TX] A\r\n[RX] x"));
+}
+
+TEST(App, TheFirstBytesOfANewConnectionAnswerNoPacketOfTheOldOne) {
+  struct Case {
+    const char* name;
+    std::function<void(Program&)> end;
+  };
+  const Case cases[] = {
+      {"disconnect", [](auto& program) { program.app.command(ControlId::connect); }},
+      {"unplug", [](auto& program) { program.device->unplug(L"The serial device was removed."); }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Program program;
+    program.connect();
+    program.open_transmit(L"A");
+    program.wait_for_rx(L"10");
+    program.app.command(send_button(0));
+    ASSERT_TRUE(program.shows(L"[TX] A [TIMEOUT]"));
+    c.end(program);
+    ASSERT_TRUE(
+        program.until([&] { return program.window.state(ControlId::connect).caption == L"Connect"; }));
+    program.device = std::make_shared<ScriptedTransport>();
+    program.device->feed({'x'});
+    ASSERT_TRUE(program.until([&] {  // the reader of the ended connection may still be leaving
+      program.app.command(ControlId::connect);
+      return program.window.state(ControlId::connect).caption != L"Connect";
+    }));
+    EXPECT_TRUE(program.shows(L"[TX] A [TIMEOUT]\r\n[RX] x"));
+  }
+}
+
 TEST(App, AClearForgetsTheWait) {
   Program program;
   program.connect();
@@ -447,6 +495,12 @@ TEST(App, ARepeatRunStopsWithItsConnection) {
        L"The serial device was removed."},
       {"failed write",
        [](auto& program) { program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken."); },
+       L"Broken."},
+      {"failed write after a stop",
+       [](auto& program) {
+         program.app.command(ControlId::repeat);
+         program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken.");
+       },
        L"Broken."},
   };
   for (const Case& c : cases) {
@@ -561,6 +615,31 @@ TEST(App, ClearWaitsForAWriteAndThenNothingOldComesBack) {
   EXPECT_EQ(program.window.shown(), L"");
   program.device->feed({'n', 'e', 'w'});
   EXPECT_TRUE(program.shows(L"[RX] new"));
+}
+
+TEST(App, ADirectWriteIsShownOrTellsWhyNot) {
+  Program program;
+  const ScriptedTransport::Bytes packet{'D'};
+  std::wstring error;
+  EXPECT_FALSE(program.app.direct_write(packet, error));
+  EXPECT_EQ(error, L"Connect to a COM port first.");
+  program.connect();
+  program.open_transmit(L"A");
+  program.wait_for_rx(L"99999999");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A"));
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  std::jthread writer([&] {
+    std::wstring no_error;
+    EXPECT_TRUE(program.app.direct_write(packet, no_error));
+  });
+  ASSERT_TRUE(program.device->wait_until_write_blocks());
+  EXPECT_FALSE(program.app.direct_write(packet, error));
+  EXPECT_EQ(error, L"A transmission is already in progress.");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
+  ASSERT_TRUE(program.shows(L"[TX] A\r\n[TX] D"));
+  program.device->feed({'x'});  // an answer to neither
+  EXPECT_TRUE(program.shows(L"[TX] A\r\n[TX] D\r\n[RX] x"));
 }
 
 TEST(App, HexInputIsSpacedWhileTyping) {

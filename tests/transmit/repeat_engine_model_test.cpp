@@ -121,7 +121,6 @@ class Model {
     writing_.reset();
     if (fails) {
       add("!");
-      if (stopping_) return end("5", true);
       add("d");
       return end("6:broken", true);
     }

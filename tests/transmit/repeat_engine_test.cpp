@@ -99,7 +99,7 @@ TEST(RepeatEngine, DecidesEveryMeetingOfItsThreadsOnce) {
       {"stop during a write that then fails",
        "wA@0",
        [](auto& rig, auto&) { rig.engine->stop(), rig.fail_writes(true); },
-       "1A wA@0 ! 5 ",
+       "1A wA@0 ! d 6:broken ",
        {}},
   };
   for (const auto& c : cases) {

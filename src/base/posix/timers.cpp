@@ -7,7 +7,7 @@ std::chrono::microseconds timer_lateness() {
   return std::chrono::microseconds(100);
 }
 
-FineTimers::FineTimers() {}
-FineTimers::~FineTimers() {}
+FineTimers::FineTimers() = default;
+FineTimers::~FineTimers() = default;
 
 }  // namespace hvt
