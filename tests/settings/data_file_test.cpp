@@ -176,7 +176,7 @@ TEST(DataFile, writes_of_one_file_at_the_same_time_leave_one_of_them_whole) {
   constexpr int kRounds = 30;
   const auto write_often = [&](char letter) {
     for (int round = 0; round < kRounds; ++round)
-      write_data_file_atomically(path, std::string(20000, letter));
+      EXPECT_EQ(error_of([&] { write_data_file_atomically(path, std::string(20000, letter)); }), "no error");
   };
   std::vector<std::jthread> writers;
   for (const char letter : {'a', 'b', 'c'})

@@ -29,10 +29,15 @@ namespace fs = std::filesystem;
 
 const char* const kCannotSave = "Could not save the data file.";
 
+// An exception must not take the child back into the tests that it was forked from.
+[[noreturn]] void exit_with(const std::function<int()>& function) noexcept {
+  ::_exit(function());
+}
+
 // Runs the function in a process of its own and returns the wait status.
 int in_child(const std::function<int()>& function) {
   const pid_t child = ::fork();
-  if (child == 0) ::_exit(function());
+  if (child == 0) exit_with(function);
   int status = 0;
   ::waitpid(child, &status, 0);
   return status;

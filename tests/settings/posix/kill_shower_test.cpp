@@ -41,7 +41,7 @@ struct Progress {
   std::uint32_t done = 0;
 };
 
-[[noreturn]] void save_for_ever(const std::filesystem::path& path, int report, Progress progress) {
+[[noreturn]] void save_for_ever(const std::filesystem::path& path, int report, Progress progress) noexcept {
   for (;;) {
     ++progress.begun;
     if (::write(report, &progress, sizeof progress) != sizeof progress) ::_exit(1);
