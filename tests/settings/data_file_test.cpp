@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "settings/temporary_name.h"
-#include "tests/support/folder.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
+#include "tests/support/folder.h"
 
 namespace hvt {
 namespace {

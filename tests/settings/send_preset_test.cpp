@@ -10,8 +10,8 @@
 #include "base/text.h"
 #include "settings/data_file.h"
 #include "tests/settings/awkward.h"
-#include "tests/support/folder.h"
 #include "tests/support/error_of.h"
+#include "tests/support/folder.h"
 
 namespace hvt {
 namespace {

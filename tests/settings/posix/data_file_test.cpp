@@ -16,9 +16,9 @@
 #include <functional>
 #include <string>
 
-#include "tests/support/folder.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
+#include "tests/support/folder.h"
 
 namespace hvt {
 namespace {

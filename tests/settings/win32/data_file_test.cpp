@@ -8,9 +8,9 @@
 #include <string>
 
 #include "base/win32/unique_handle.h"
-#include "tests/support/folder.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
+#include "tests/support/folder.h"
 
 namespace hvt {
 namespace {
