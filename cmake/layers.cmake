@@ -28,3 +28,15 @@ function(hvt_test name)
   set_tests_properties(${name} PROPERTIES
     TIMEOUT 300 ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1 halt_on_error=1")
 endfunction()
+
+# hvt_windows_face_test(name): the test makes native windows. It needs the common controls of the program's
+# manifest and, under Wine, a display.
+function(hvt_windows_face_test name)
+  include(${PROJECT_SOURCE_DIR}/packaging/windows/resources.cmake)
+  hvt_windows_resources(test_${name})
+  find_program(HVT_XVFB_RUN xvfb-run)
+  if(CMAKE_CROSSCOMPILING_EMULATOR AND HVT_XVFB_RUN)
+    set_target_properties(test_${name} PROPERTIES
+      CROSSCOMPILING_EMULATOR "${HVT_XVFB_RUN};-a;${CMAKE_CROSSCOMPILING_EMULATOR}")
+  endif()
+endfunction()

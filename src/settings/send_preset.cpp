@@ -1,6 +1,7 @@
 #include "settings/send_preset.h"
 
 #include <stdexcept>
+#include <string>
 
 #include "settings/data_file.h"
 #include "settings/json.h"

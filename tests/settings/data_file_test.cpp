@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "settings/temporary_name.h"

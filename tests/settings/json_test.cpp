@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "base/text.h"
 #include "settings/send_items.h"
@@ -175,7 +175,6 @@ TEST(Json, every_byte_behind_a_backslash_is_an_escape_or_refused) {
 }
 
 TEST(Json, every_byte_is_escaped_only_where_it_must_be) {
-  const std::string control_escapes[] = {"\\t", "\\n", "\\r"};
   for (int byte = 0; byte < 0x100; ++byte) {
     const char raw = static_cast<char>(byte);
     std::string expected(1, raw);

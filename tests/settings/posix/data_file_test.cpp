@@ -16,6 +16,7 @@
 #include <functional>
 #include <string>
 
+#include "settings/app_settings.h"
 #include "tests/settings/wrapped_replacement.h"
 #include "tests/support/error_of.h"
 #include "tests/support/folder.h"
@@ -171,6 +172,13 @@ TEST(PosixDataFile, a_name_too_long_for_the_temporary_file_is_refused) {
   const auto path = folder.path() / std::string(250, 'n');
   EXPECT_EQ(error_of([&] { write_data_file_atomically(path, "x"); }), "Could not create the data file.");
   EXPECT_EQ(folder.names(), "");
+}
+
+TEST(PosixDataFile, settings_that_may_exist_are_not_taken_for_missing) {
+  const Folder folder;
+  const auto path = folder.path() / std::string(300, 'n');  // the system cannot say
+  EXPECT_THROW(load_settings(path), fs::filesystem_error);
+  EXPECT_EQ(error_of([&] { load_settings(folder.path()); }), "Could not open the data file.");
 }
 
 // A small disk of its own for one process, which disappears with it; what it cannot be had for.

@@ -264,7 +264,7 @@ TEST(Win32Face, HeadingsOfTheGroupsAreBold) {
     LOGFONTW font{};
     GetObjectW(font_of(face.native(row.id)), sizeof font, &font);
     EXPECT_EQ(font.lfWeight >= FW_SEMIBOLD,
-              row.id == ControlId::receive_title || row.id == ControlId::transmit)
+              row.kind == ControlKind::title || row.id == ControlId::transmit)
         << row.name;
   }
 }

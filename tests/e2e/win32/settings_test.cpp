@@ -1,0 +1,101 @@
+// Risk: what a person sets in the real window is not there the next time. The native controls are clicked,
+// typed into and read.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <map>
+#include <string>
+
+#include "app/app.h"
+#include "tests/support/folder.h"
+#include "ui/win32/application.h"
+#include "ui/win32/main_window.h"
+
+namespace hvt {
+namespace {
+
+// One run of the program with its real window.
+struct Session {
+  explicit Session(const test::Folder& folder)
+      : app(folder.path(), {},
+            [] {
+              return std::vector<PortDescription>{{L"COM8", L""}, {L"COM9", L""}};
+            }),
+        window(app) {
+    app.attach(window);
+  }
+  ~Session() {
+    SendMessageW(window.handle(), WM_CLOSE, 0, 0);
+    app.detach();
+  }
+
+  HWND native(ControlId id) const { return GetDlgItem(window.handle(), native_id(id)); }
+  void click(ControlId id) { SendMessageW(native(id), BM_CLICK, 0, 0); }
+  void type(ControlId id, const std::wstring& text) {
+    SendMessageW(native(id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
+  }
+  void choose_last(ControlId id) {
+    const LRESULT count = SendMessageW(native(id), CB_GETCOUNT, 0, 0);
+    SendMessageW(native(id), CB_SETCURSEL, static_cast<WPARAM>(count - 1), 0);
+    SendMessageW(window.handle(), WM_COMMAND, MAKEWPARAM(native_id(id), CBN_SELCHANGE),
+                 reinterpret_cast<LPARAM>(native(id)));
+  }
+  // What a person sees of a control.
+  std::wstring seen(const ControlRow& row) const {
+    const HWND control = native(row.id);
+    switch (row.kind) {
+      case ControlKind::check:
+      case ControlKind::radio:
+        return SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? L"on" : L"off";
+      case ControlKind::choice: return std::to_wstring(SendMessageW(control, CB_GETCURSEL, 0, 0));
+      case ControlKind::packet_edit:
+      case ControlKind::number_edit: return window_text(control);
+      default: return IsWindowVisible(control) ? L"shown" : L"hidden";
+    }
+  }
+
+  InterfaceLibraries libraries;
+  App app;
+  Win32MainWindow window;
+};
+
+TEST(Win32Settings, EveryControlIsAsItWasLeft) {
+  const test::Folder folder;
+  std::map<ControlId, std::wstring> first;
+  std::map<ControlId, std::wstring> left;
+  RECT place{};
+  {
+    Session session(folder);
+    for (const ControlRow& row : kControls)
+      first[row.id] = session.seen(row);
+    session.click(ControlId::transmit);
+    for (const ControlId id :
+         {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
+          ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+      session.click(id);
+    for (const ControlRow& row : kControls) {
+      if (row.kind == ControlKind::choice) session.choose_last(row.id);
+      if (row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit)
+        session.type(row.id, L"7" + std::to_wstring(index_of(row.id)));
+    }
+    SetWindowPos(session.window.handle(), nullptr, 30, 20, 820, 760, SWP_NOZORDER);
+    GetWindowRect(session.window.handle(), &place);
+    for (const ControlRow& row : kControls)
+      left[row.id] = session.seen(row);
+  }
+  Session again(folder);
+  for (const ControlRow& row : kControls) {
+    EXPECT_EQ(again.seen(row), left[row.id]) << row.name;
+    const bool holds_something = row.kind == ControlKind::choice || row.kind == ControlKind::number_edit ||
+                                 row.kind == ControlKind::packet_edit || row.kind == ControlKind::check;
+    EXPECT_TRUE(!holds_something || left[row.id] != first[row.id]) << row.name << " was not changed at all";
+  }
+  RECT restored{};
+  GetWindowRect(again.window.handle(), &restored);
+  EXPECT_TRUE(EqualRect(&restored, &place))
+      << restored.left << " " << restored.top << " " << restored.right << " " << restored.bottom;
+}
+
+}  // namespace
+}  // namespace hvt
