@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
@@ -146,6 +147,51 @@ TEST_F(Window, RepeatsAndTellsWhatBecameOfEachPacket) {
   EXPECT_TRUE(shows(first + second + " [LATE]\n[RX] PONG"));
   EXPECT_EQ(find<QPushButton>(ControlId::repeat).text(), "Repeat Send");
   EXPECT_TRUE(find(packet_field(0)).isEnabled());
+}
+
+TEST_F(Window, IsAsItWasLeftTheNextTime) {
+  click(ControlId::transmit);
+  for (const ControlId id :
+       {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
+        ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+    click(id);
+  for (const ControlRow& row : kControls) {
+    if (row.kind == ControlKind::choice && row.id != ControlId::port) {
+      auto& choice = find<QComboBox>(row.id);
+      choice.setFocus();
+      QTest::keyClick(&choice, choice.currentIndex() == 0 ? Qt::Key_End : Qt::Key_Home);
+    } else if (row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit) {
+      QTest::keyClicks(&find(row.id), "42");
+    }
+  }
+  window_.move(30, 10);
+  window_.resize(720, 770);
+  const auto seen = [](QtMainWindow& window) {
+    std::vector<QString> lines;
+    for (const ControlRow& row : kControls) {
+      const QString name = QString::fromStdString(std::string(row.name));
+      const QWidget& widget = *window.findChild<QWidget*>(name);
+      QString line =
+          name + (widget.isVisibleTo(&window) ? " shown" : " hidden") + (widget.isEnabled() ? " " : " off ");
+      if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
+        line += button->isChecked() ? "x" : "-";
+      if (const auto* choice = qobject_cast<const QComboBox*>(&widget)) line += choice->currentText();
+      if (const auto* field = qobject_cast<const QLineEdit*>(&widget)) line += field->text();
+      lines.push_back(line);
+    }
+    return lines;
+  };
+  const auto left = seen(window_);
+  const QRect place = window_.geometry();
+  window_.close();
+
+  App app(folder_.path(), {}, [this] { return std::vector<PortDescription>{{device_->port(), L""}}; });
+  QtMainWindow again(app);
+  app.attach(again);
+  EXPECT_EQ(seen(again), left);
+  EXPECT_EQ(again.geometry(), place);
+  app.closing();
+  app.detach();
 }
 
 TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {

@@ -35,9 +35,10 @@ struct Session {
   void type(ControlId id, const std::wstring& text) {
     SendMessageW(native(id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str()));
   }
-  void choose_last(ControlId id) {
-    const LRESULT count = SendMessageW(native(id), CB_GETCOUNT, 0, 0);
-    SendMessageW(native(id), CB_SETCURSEL, static_cast<WPARAM>(count - 1), 0);
+  void choose_another(ControlId id) {
+    const LRESULT selected = SendMessageW(native(id), CB_GETCURSEL, 0, 0);
+    const LRESULT other = selected == 0 ? SendMessageW(native(id), CB_GETCOUNT, 0, 0) - 1 : 0;
+    SendMessageW(native(id), CB_SETCURSEL, static_cast<WPARAM>(other), 0);
     SendMessageW(window.handle(), WM_COMMAND, MAKEWPARAM(native_id(id), CBN_SELCHANGE),
                  reinterpret_cast<LPARAM>(native(id)));
   }
@@ -75,7 +76,7 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
           ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
       session.click(id);
     for (const ControlRow& row : kControls) {
-      if (row.kind == ControlKind::choice) session.choose_last(row.id);
+      if (row.kind == ControlKind::choice) session.choose_another(row.id);
       if (row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit)
         session.type(row.id, L"7" + std::to_wstring(index_of(row.id)));
     }
