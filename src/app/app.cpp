@@ -46,6 +46,7 @@ void App::attach(MainWindow& window) {
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
   ports_.start(port_source_(), {});
   fill_choices();
+  fill_repeat_fields();
   show_ports();
   update_controls();
   show_status(words(TextId::status_ready));
@@ -77,6 +78,8 @@ void App::command(ControlId id) {
     case ControlId::send_ascii: return set_send_format(false);
     case ControlId::send_hex: return set_send_format(true);
     case ControlId::auto_crlf: return toggle(&Facts::auto_crlf);
+    case ControlId::wait_for_rx: return toggle(&Facts::wait_for_rx);
+    case ControlId::repeat: return repeat();
     default:
       if (is_packet_row(id)) send(packet_row(id));
   }
@@ -154,6 +157,11 @@ void App::fill_choices() {
   show_choice(ControlId::data_bits, entries_of(kDataBits), kDefaultDataBits);
   show_choice(ControlId::stop_bits, entries_of(kStopBits), kStopBitsOne);
   show_choice(ControlId::parity, std::move(parities), kParityNone);
+}
+
+void App::fill_repeat_fields() {
+  for (const auto& [field, value] : kFirstFieldTexts)
+    window_->set_field_text(field, value, 0);
 }
 
 void App::show_choice(ControlId id, std::vector<std::wstring> entries, std::size_t selected) {
@@ -268,22 +276,83 @@ void App::send(std::size_t row) {
   if (!facts_.transmit_expanded) return;  // a stale key or click on a hidden row
   if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
   Bytes bytes;
+  RepeatEngine::WaitOptions wait;
   try {
     bytes = encode_send_packet(window_->field_text(packet_field(row)), facts_.send_hex, facts_.auto_crlf);
+    wait = read_wait_options();
   } catch (const std::runtime_error& error) {
     return show_error(message_of(error));
   }
   std::wstring error;
   const auto sink = [this](const RepeatEvent& event) { on_repeat(event); };
-  if (!engine_.send_manual(bytes, {}, sink, {}, error)) show_error(error);
+  if (!engine_.send_manual(bytes, wait, sink, {}, error)) show_error(error);
+}
+
+// Throws std::runtime_error with a message about the field.
+RepeatEngine::WaitOptions App::read_wait_options() const {
+  if (!facts_.wait_for_rx) return {};
+  const auto label = text(TextId::rx_timeout, Language::english);
+  return {true, parse_field_number(window_->field_text(ControlId::rx_timeout), 10, 99999999, label)};
+}
+
+void App::repeat() {
+  if (!facts_.transmit_expanded) return;  // as above
+  if (facts_.repeat != RepeatState::idle) return stop_repeat();
+  if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
+  // Packets that are on their way, and the wait for the last one's response, go before.
+  if (engine_.activity() == RepeatEngine::Activity::manual) return;
+  const TransmitPanel panel = read_transmit_panel();
+  RepeatSettings settings;
+  std::vector<Bytes> packets;
+  try {
+    settings = parse_repeat_settings(panel);
+    packets = build_repeat_packets(panel);
+  } catch (const std::runtime_error& error) {
+    return show_error(message_of(error));
+  }
+  repeat_count_ = static_cast<std::uint32_t>(settings.repeat_count);
+  std::wstring error;
+  const auto sink = [this](const RepeatEvent& event) { on_repeat(event); };
+  if (!engine_.start_repeat(std::move(packets), settings, sink, {}, error)) return show_error(error);
+  facts_.repeat = RepeatState::running;
+  update_controls();
+}
+
+void App::stop_repeat() {
+  engine_.stop();
+  facts_.repeat = RepeatState::stopping;
+  update_controls();
+}
+
+TransmitPanel App::read_transmit_panel() const {
+  TransmitPanel panel;
+  for (std::size_t row = 0; row < kPacketRows; ++row)
+    panel.packets[row] = window_->field_text(packet_field(row));
+  panel.hex_mode = facts_.send_hex;
+  panel.auto_crlf = facts_.auto_crlf;
+  panel.repeat_count = window_->field_text(ControlId::repeat_count);
+  panel.start_packet = window_->field_text(ControlId::start_packet);
+  panel.end_packet = window_->field_text(ControlId::end_packet);
+  panel.interval_ms = window_->field_text(ControlId::interval);
+  panel.wait_for_rx = facts_.wait_for_rx;
+  panel.rx_timeout_ms = window_->field_text(ControlId::rx_timeout);
+  return panel;
 }
 
 bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error) {
-  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
-  if (!inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options)) {
+  if (!mark_sent(bytes)) {
     error = L"A transmission is already in progress.";
     return false;
   }
+  return write_marked(bytes, error);
+}
+
+bool App::mark_sent(std::span<const std::uint8_t> bytes) {
+  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
+  return inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options);
+}
+
+bool App::write_marked(std::span<const std::uint8_t> bytes, std::wstring& error) {
   const bool written = serial_.write(bytes, error);
   inbox_.end_sent(written ? Inbox::Written::yes : Inbox::Written::no);
   return written;
@@ -291,15 +360,29 @@ bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error)
 
 RepeatEngine::Link App::engine_link() {
   return {
-      .write = [this](std::span<const std::uint8_t> bytes,
-                      std::wstring& error) { return direct_write(bytes, error); },
+      .write =
+          [this](std::span<const std::uint8_t> bytes, std::wstring& error) {
+            if (place_marked_) return write_marked(bytes, error);
+            error = L"A transmission is already in progress.";
+            return false;
+          },
       .disconnect = [this] { write_broke_ = true; },  // together with the message, which follows
   };
 }
 
+// Sending and timed_out come in a turn of the wait slot, so what is noted here stands in the order of the
+// waits.
 void App::on_repeat(const RepeatEvent& event) {
-  if (event.kind != RepeatEventKind::failed) return;  // the inbox has what was sent
-  const auto connection = write_broke_.exchange(false) ? Connection::broken : Connection::good;
+  switch (event.kind) {
+    case RepeatEventKind::iteration: return inbox_.add_iteration(event.iteration, repeat_count_);
+    case RepeatEventKind::sending: place_marked_ = mark_sent(event.bytes); return;
+    case RepeatEventKind::sent: return;
+    case RepeatEventKind::timed_out: return inbox_.add_timeout();
+    case RepeatEventKind::ended:
+    case RepeatEventKind::stopped: return post_to_ui([this] { update_controls(); });
+    case RepeatEventKind::failed: break;
+  }
+  const auto connection = std::exchange(write_broke_, false) ? Connection::broken : Connection::good;
   post_to_ui([this, attempt = attempt_.load(), message = event.message, connection] {
     run_failed(attempt, message, connection);
   });
@@ -307,15 +390,18 @@ void App::on_repeat(const RepeatEvent& event) {
 
 // An error of a connection that has ended meanwhile is not told: how it ended is.
 void App::run_failed(std::uint64_t attempt, const std::wstring& message, Connection connection) {
-  if (attempt != attempt_ || facts_.link != LinkState::connected) return;
+  if (attempt != attempt_ || facts_.link != LinkState::connected) return update_controls();
   if (connection == Connection::broken) disconnect();
+  update_controls();
   show_error(message);
 }
 
 // Receiving and the display
 
 void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time) {
-  inbox_.add_received(bytes, time);
+  // One step for the worker and for a clear: a timing never stands at the wrong packet, or alone.
+  const ResponseWaitSlot::Turn turn(*waits_);
+  inbox_.add_received(bytes, time, on_received(turn, time));
 }
 
 void App::wake_display() {
@@ -326,7 +412,7 @@ void App::wake_display() {
 
 void App::pump_display() {
   if (!pump_) return;
-  const DisplayPump::Result result = pump_->run(display_options());
+  const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
   if (result.more) wake_display();
   if (result.lost_bytes == 0) return;
   lost_bytes_ += result.lost_bytes;
@@ -335,9 +421,13 @@ void App::pump_display() {
 
 void App::clear_display(bool undisturbed) {
   const auto clear = [this] {
-    inbox_.clear();
+    {
+      // A write in progress is waited for within the turn; it needs no turn to end.
+      const ResponseWaitSlot::Turn turn(*waits_);
+      inbox_.clear();
+      cancel_waits(turn, std::chrono::steady_clock::now());
+    }
     pump_->clear();
-    cancel_waits(*waits_, std::chrono::steady_clock::now());
     lost_bytes_ = 0;
   };
   if (!undisturbed) return clear();
@@ -364,6 +454,7 @@ void App::set_send_format(bool hex) {
 }
 
 void App::fold_transmit() {
+  if (facts_.repeat != RepeatState::idle) return;
   facts_.transmit_expanded = !facts_.transmit_expanded;
   update_controls();
   const Size least = minimum_client_size(client_.width);
@@ -382,6 +473,7 @@ void App::toggle(bool Facts::*fact) {
 // Showing
 
 void App::update_controls() {
+  if (engine_.activity() != RepeatEngine::Activity::repeat) facts_.repeat = RepeatState::idle;
   sent_options_.with([&](DisplayOptions& options) { options = display_options(); });
   const ControlStates states = rules(facts_);
   std::vector<ControlChange> changes;

@@ -46,12 +46,14 @@ class App final : public WindowEvents {
   void connect();
   void disconnect();
   void send(std::size_t row);
+  // Starts a repeat run, or stops the one in progress.
+  void repeat();
   // Any thread but the interface thread, which a stalled device would hold up: one write of prepared bytes,
   // shown as a sent packet. False with a message: a write is in progress, or the connection's error.
   bool direct_write(std::span<const std::uint8_t> bytes, std::wstring& error);
   // Transmission worker: a step of a run.
   void on_repeat(const RepeatEvent& event);
-  // Connection thread: takes the bytes and wakes the interface thread.
+  // Connection thread: takes the bytes and what they are to the packet sent last, wakes the interface thread.
   void on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time);
   // With `undisturbed` no received chunk is delivered in the middle of the clear.
   void clear_display(bool undisturbed);
@@ -73,10 +75,16 @@ class App final : public WindowEvents {
   void show_line_status(std::uint64_t attempt);
   enum class Connection { good, broken };
   void run_failed(std::uint64_t attempt, const std::wstring& message, Connection connection);
+  bool write_marked(std::span<const std::uint8_t> bytes, std::wstring& error);
+  bool mark_sent(std::span<const std::uint8_t> bytes);
+  RepeatEngine::WaitOptions read_wait_options() const;
+  TransmitPanel read_transmit_panel() const;
+  void stop_repeat();
 
   void refresh_ports();
   void show_ports();
   void fill_choices();
+  void fill_repeat_fields();
   void show_choice(ControlId id, std::vector<std::wstring> entries, std::size_t selected);
   std::optional<SerialSettings> read_settings();
   void connect_ended(std::uint64_t attempt, bool connected, const std::wstring& message, int seconds);
@@ -117,8 +125,10 @@ class App final : public WindowEvents {
 
   Inbox inbox_;
   SerialPort serial_;
-  Guarded<DisplayOptions> sent_options_;  // how a packet written now is shown; read by the worker
-  std::atomic<bool> write_broke_{false};  // the run in progress ends because a write failed
+  Guarded<DisplayOptions> sent_options_;        // how a packet written now is shown; read by the worker
+  bool write_broke_ = false;                    // worker: the run in progress ends because a write failed
+  bool place_marked_ = false;                   // worker: the inbox has the place of the packet to be written
+  std::atomic<std::uint32_t> repeat_count_{0};  // of the repeat run in progress
   const std::shared_ptr<ResponseWaitSlot> waits_ = std::make_shared<ResponseWaitSlot>();
   RepeatEngine engine_;
 };

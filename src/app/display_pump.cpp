@@ -4,6 +4,8 @@
 #include <span>
 #include <utility>
 
+#include "ui/texts.h"
+
 namespace hvt {
 namespace {
 
@@ -12,14 +14,14 @@ constexpr std::size_t kPieceBytes = 1024;
 
 }  // namespace
 
-DisplayPump::Result DisplayPump::run(const DisplayOptions& options) {
+DisplayPump::Result DisplayPump::run(const DisplayOptions& options, Language language) {
   if (!fetch()) return {false, std::exchange(lost_bytes_, 0)};
   const auto end = std::chrono::steady_clock::now() + kSlice;
   const bool follow = view_.at_tail();
   bool more = true;
   view_.begin_update();
   do {
-    more = next_piece(options);
+    more = next_piece(options, language);
   } while (more && std::chrono::steady_clock::now() < end);
   view_.end_update(follow);
   return {more, std::exchange(lost_bytes_, 0)};
@@ -34,31 +36,49 @@ bool DisplayPump::fetch() {
   return !batch_.events.empty();
 }
 
-// Shows one sent packet, or received bytes from as many chunks as fit a piece. False when nothing is left.
-bool DisplayPump::next_piece(const DisplayOptions& options) {
+// Shows one event, or received bytes from as many chunks as fit a piece. False when nothing is left.
+bool DisplayPump::next_piece(const DisplayOptions& options, Language language) {
   text_.clear();
   const InboxEvent& event = batch_.events[next_event_];
   if (event.kind == InboxEvent::Kind::received) {
-    std::size_t size = 0;
-    while (size < kPieceBytes && next_event_ < batch_.events.size() &&
-           batch_.events[next_event_].kind == InboxEvent::Kind::received) {
-      const std::size_t left = batch_.events[next_event_].size - event_done_;
-      const std::size_t used = std::min(left, kPieceBytes - size);
-      size += used;
-      event_done_ = used == left ? 0 : event_done_ + used;
-      if (used == left) ++next_event_;
-    }
-    format_rx(std::span(batch_.bytes).subspan(next_byte_, size), options, line_, text_);
-    next_byte_ += size;
+    format_received(options);
   } else {
-    const auto bytes = std::span(batch_.bytes).subspan(next_byte_, event.size);
-    if (event.kind == InboxEvent::Kind::sent && event.options.labels)
-      format_tx(bytes, event.options, line_, text_);
+    format_event(event, options, language);
     next_byte_ += event.size;
     ++next_event_;
   }
   show_text();
   return fetch();
+}
+
+void DisplayPump::format_received(const DisplayOptions& options) {
+  std::size_t size = 0;
+  while (size < kPieceBytes && next_event_ < batch_.events.size() &&
+         batch_.events[next_event_].kind == InboxEvent::Kind::received) {
+    const std::size_t left = batch_.events[next_event_].size - event_done_;
+    const std::size_t used = std::min(left, kPieceBytes - size);
+    size += used;
+    event_done_ = used == left ? 0 : event_done_ + used;
+    if (used == left) ++next_event_;
+  }
+  format_rx(std::span(batch_.bytes).subspan(next_byte_, size), options, line_, text_);
+  next_byte_ += size;
+}
+
+void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& options, Language language) {
+  switch (event.kind) {
+    case InboxEvent::Kind::sent:
+      if (!event.options.labels) return format_hidden_tx(line_, text_);
+      return format_tx(std::span(batch_.bytes).subspan(next_byte_, event.size), event.options, line_, text_);
+    case InboxEvent::Kind::answered: return format_elapsed(event.elapsed, options, line_, text_);
+    case InboxEvent::Kind::timed_out: return format_timeout(line_, text_);
+    case InboxEvent::Kind::late: return format_late(line_, text_);
+    case InboxEvent::Kind::iteration:
+      return format_standalone(repeat_separator_text(event.iteration, event.repeat_count, language),
+                               ColorRole::normal, line_, text_);
+    case InboxEvent::Kind::withdrawn:
+    case InboxEvent::Kind::received: return;
+  }
 }
 
 void DisplayPump::show_text() {

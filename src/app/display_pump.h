@@ -29,13 +29,15 @@ class DisplayPump {
     bool more = false;             // material is left: run again
     std::uint64_t lost_bytes = 0;  // received bytes that the inbox could not keep, since the last run
   };
-  Result run(const DisplayOptions& options);
+  Result run(const DisplayOptions& options, Language language);
 
   // Drops the material in progress and everything shown; the inbox is cleared by its owner.
   void clear();
 
  private:
-  bool next_piece(const DisplayOptions& options);
+  bool next_piece(const DisplayOptions& options, Language language);
+  void format_received(const DisplayOptions& options);
+  void format_event(const InboxEvent& event, const DisplayOptions& options, Language language);
   bool fetch();
   void show_text();
 

@@ -22,19 +22,45 @@ void reset(InboxBatch& batch) {
 Inbox::Inbox(std::function<void()> wake, std::size_t capacity)
     : wake_(std::move(wake)), capacity_(capacity) {}
 
-void Inbox::add(InboxEvent event, std::span<const std::uint8_t> bytes) {
+void Inbox::add(const InboxEvent& event, std::span<const std::uint8_t> bytes) {
   filling_.bytes.insert(filling_.bytes.end(), bytes.begin(), bytes.end());
   filling_.events.push_back(event);
 }
 
-void Inbox::add_received(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time) {
+// A late answer that nobody has waited out yet is its packet's time-out as well.
+void Inbox::add_timing(const ReceiveTimingInfo& timing) {
+  if (timing.kind == ReceiveTimingInfo::Kind::response)
+    return add({.kind = InboxEvent::Kind::answered, .elapsed = timing.elapsed});
+  if (timing.timeout_ms) add({.kind = InboxEvent::Kind::timed_out});
+  add({.kind = InboxEvent::Kind::late});
+}
+
+void Inbox::add_received(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
+                         const std::optional<ReceiveTimingInfo>& timing) {
   {
     const std::lock_guard lock(mutex_);
+    if (timing) add_timing(*timing);
     if (bytes.size() > capacity_ - std::min(capacity_, filling_.bytes.size())) {
       filling_.lost_bytes += bytes.size();
     } else {
-      add({InboxEvent::Kind::received, bytes.size(), time, {}}, bytes);
+      add({.kind = InboxEvent::Kind::received, .size = bytes.size(), .time = time}, bytes);
     }
+  }
+  wake_();
+}
+
+void Inbox::add_timeout() {
+  add_and_wake({.kind = InboxEvent::Kind::timed_out});
+}
+
+void Inbox::add_iteration(std::uint32_t iteration, std::uint32_t repeat_count) {
+  add_and_wake({.kind = InboxEvent::Kind::iteration, .iteration = iteration, .repeat_count = repeat_count});
+}
+
+void Inbox::add_and_wake(const InboxEvent& event) {
+  {
+    const std::lock_guard lock(mutex_);
+    add(event);
   }
   wake_();
 }
@@ -46,7 +72,7 @@ bool Inbox::begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_
   writing_ = true;
   writing_event_ = filling_.events.size();
   bytes_before_ = filling_.bytes.size();
-  add({InboxEvent::Kind::sent, bytes.size(), time, options}, bytes);
+  add({.kind = InboxEvent::Kind::sent, .size = bytes.size(), .time = time, .options = options}, bytes);
   return true;
 }
 

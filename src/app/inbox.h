@@ -6,20 +6,33 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "display/formatter.h"
+#include "transmit/response_wait.h"
 
 namespace hvt {
 
 // One thing that happened on the line; its bytes lie in InboxBatch::bytes, in event order.
 struct InboxEvent {
-  enum class Kind : std::uint8_t { received, sent, withdrawn };
+  enum class Kind : std::uint8_t {
+    received,
+    sent,
+    withdrawn,  // a packet that could not be written
+    answered,   // the last sent packet got its response: the received bytes follow
+    timed_out,  // it got none in time
+    late,       // it got one after its time-out: the received bytes follow
+    iteration,  // an iteration of a repeat run begins
+  };
   Kind kind = Kind::received;
   std::size_t size = 0;                          // bytes
   std::chrono::steady_clock::time_point time{};  // read returned, or write began
   DisplayOptions options{};                      // of a sent packet: as they were when it was sent
+  Milliseconds elapsed{};                        // of answered
+  std::uint32_t iteration = 0;                   // of iteration, from 1
+  std::uint32_t repeat_count = 0;
 };
 
 struct InboxBatch {
@@ -33,8 +46,9 @@ struct InboxBatch {
 // Promises  one order for received and sent data: a packet stands where its write began, and nothing behind
 //           it is handed out before that write has ended. Up to kCapacity bytes are kept; what comes on top
 //           is counted, never dropped silently. In a steady flow nothing is allocated per chunk.
-// Threads   add_received() on the connection thread, begin_sent() and end_sent() on the one that writes,
-//           take() and clear() on the interface thread. `wake` is called without a lock on the adding thread.
+// Threads   add_received() on the connection thread; begin_sent(), end_sent() and what a run adds on the one
+//           that writes; take() and clear() on the interface thread. `wake` is called without a lock on the
+//           adding thread.
 // Owns      the bytes until they are taken.
 // Ends      with its owner, after the workers.
 class Inbox {
@@ -44,7 +58,11 @@ class Inbox {
   // `wake` has the interface thread call take() soon; called whenever something can be taken.
   explicit Inbox(std::function<void()> wake, std::size_t capacity = kCapacity);
 
-  void add_received(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time);
+  // `timing` says what the bytes are to the packet sent last; it is kept even if the bytes cannot be.
+  void add_received(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
+                    const std::optional<ReceiveTimingInfo>& timing = {});
+  void add_timeout();
+  void add_iteration(std::uint32_t iteration, std::uint32_t repeat_count);
 
   // Marks the place of a packet about to be written. False while another one is being written.
   bool begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
@@ -60,7 +78,9 @@ class Inbox {
   void clear();
 
  private:
-  void add(InboxEvent event, std::span<const std::uint8_t> bytes);
+  void add(const InboxEvent& event, std::span<const std::uint8_t> bytes = {});
+  void add_timing(const ReceiveTimingInfo& timing);
+  void add_and_wake(const InboxEvent& event);
 
   const std::function<void()> wake_;
   const std::size_t capacity_;

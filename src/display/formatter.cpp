@@ -121,6 +121,10 @@ void format_tx(std::span<const std::uint8_t> bytes, const DisplayOptions& option
   out.auxiliary_bytes += bytes.size();
 }
 
+void format_hidden_tx(DisplayLineState& state, DisplayBatch& out) {
+  Writer(state, out).close_tx_line(ColorRole::header);
+}
+
 void format_standalone(std::wstring_view text, ColorRole role, DisplayLineState& state, DisplayBatch& out) {
   Writer writer(state, out);
   writer.close_tx_line(role);

@@ -45,6 +45,8 @@ void format_rx(std::span<const std::uint8_t> bytes, const DisplayOptions& option
 // The echo of one sent packet; its line stays open for suffixes.
 void format_tx(std::span<const std::uint8_t> bytes, const DisplayOptions& options, DisplayLineState& state,
                DisplayBatch& out);
+// A sent packet that is not shown: what becomes of it is not said at the line of the packet before it.
+void format_hidden_tx(DisplayLineState& state, DisplayBatch& out);
 // A line of its own: repeat separator, lone status.
 void format_standalone(std::wstring_view text, ColorRole role, DisplayLineState& state, DisplayBatch& out);
 

@@ -61,7 +61,7 @@ class RepeatEngine {
   struct Link {
     // Writes one packet; false with a message that is shown to the user.
     std::function<bool(std::span<const std::uint8_t>, std::wstring& error)> write;
-    // A write of a manual run failed: have the connection ended soon. Called once, before failed.
+    // A write failed: have the connection ended soon. Called once, before failed.
     std::function<void()> disconnect;
   };
 

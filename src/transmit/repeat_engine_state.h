@@ -66,7 +66,7 @@ class RepeatEngine::Worker {
   bool manual_loop(std::wstring& error);
   bool repeat_loop(std::wstring& error);
   template <typename Loop>
-  void run(std::wstring_view failure_text, bool disconnect_on_failure, Loop&& loop);
+  void run(std::wstring_view failure_text, Loop&& loop);
   void leave_engine();
 
   bool next_entry();

@@ -15,22 +15,21 @@ constexpr std::chrono::microseconds kWakeAhead{100};
 }  // namespace
 
 void RepeatEngine::Worker::run_manual() {
-  run(L"Manual transmission failed.", true, [&](std::wstring& error) { return manual_loop(error); });
+  run(L"Manual transmission failed.", [&](std::wstring& error) { return manual_loop(error); });
 }
 
 void RepeatEngine::Worker::run_repeat() {
-  run(L"Repeat transmission failed.", false, [&](std::wstring& error) { return repeat_loop(error); });
+  run(L"Repeat transmission failed.", [&](std::wstring& error) { return repeat_loop(error); });
 }
 
 template <typename Loop>
-void RepeatEngine::Worker::run(std::wstring_view failure_text, bool disconnect_on_failure, Loop&& loop) {
+void RepeatEngine::Worker::run(std::wstring_view failure_text, Loop&& loop) {
   bool failed = false;
   bool disconnect = false;
   std::wstring error;
   try {
     // A write that fails when the run is to stop has been cancelled.
-    failed = !loop(error) && !state_->stop_requested;
-    disconnect = failed && disconnect_on_failure;
+    failed = disconnect = !loop(error) && !state_->stop_requested;
   } catch (const std::exception& exception) {
     failed = true;
     error = utf8_to_utf16_lossy(exception.what());

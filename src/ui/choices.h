@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "ui/controls.h"
 #include "ui/texts.h"
 
 namespace hvt {
@@ -22,5 +23,15 @@ inline constexpr std::array<std::wstring_view, 3> kTimeoutSeconds{L"1", L"3", L"
 inline constexpr std::size_t kDefaultBaud = 8;      // 115200
 inline constexpr std::size_t kDefaultDataBits = 3;  // 8
 inline constexpr std::size_t kDefaultTimeout = 1;   // 3 seconds
+
+// What the number fields hold at first.
+struct FieldText {
+  ControlId field;
+  std::wstring_view text;
+};
+inline constexpr FieldText kFirstFieldTexts[]{
+    {ControlId::start_packet, L"1"},  {ControlId::end_packet, L"1"}, {ControlId::repeat_count, L"3"},
+    {ControlId::rx_timeout, L"1000"}, {ControlId::interval, L"100"},
+};
 
 }  // namespace hvt

@@ -59,6 +59,22 @@ constexpr std::array<ControlRow, kControlCount> kControls{{
     {Id::packet_10, Kind::packet_edit, transmit, "packet_10"},
     {Id::send_10, Kind::button, transmit, "send_10"},
 
+    {Id::repeat_title, Kind::title, repeat, "repeat_title"},
+    {Id::packet_number_label, Kind::label, repeat, "packet_number_label"},
+    {Id::start_packet, Kind::number_edit, repeat, "start_packet"},
+    {Id::packet_range, Kind::label, repeat, "packet_range"},
+    {Id::end_packet, Kind::number_edit, repeat, "end_packet"},
+    {Id::repeat_count_label, Kind::label, repeat, "repeat_count_label"},
+    {Id::repeat_count, Kind::number_edit, repeat, "repeat_count"},
+    {Id::wait_for_rx, Kind::check, repeat, "wait_for_rx"},
+    {Id::rx_timeout_label, Kind::label, repeat, "rx_timeout_label"},
+    {Id::rx_timeout, Kind::number_edit, repeat, "rx_timeout"},
+    {Id::rx_timeout_unit, Kind::label, repeat, "rx_timeout_unit"},
+    {Id::interval_label, Kind::label, repeat, "interval_label"},
+    {Id::interval, Kind::number_edit, repeat, "interval"},
+    {Id::interval_unit, Kind::label, repeat, "interval_unit"},
+    {Id::repeat, Kind::button, repeat, "repeat"},
+
     {Id::status, Kind::status, footer, "status"},
 }};
 
@@ -77,7 +93,7 @@ constexpr bool packet_rows_are_pairs() {
     const bool field = (i - index_of(Id::packet_1)) % 2 == 0;
     if (kControls[i].kind != (field ? Kind::packet_edit : Kind::button)) return false;
   }
-  return packet_field(9) == Id::packet_10 && send_button(9) == Id::send_10;
+  return packet_field(kPacketRows - 1) == Id::packet_10 && send_button(kPacketRows - 1) == Id::send_10;
 }
 
 constexpr bool names_are_unique() {

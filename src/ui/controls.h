@@ -56,6 +56,21 @@ enum class ControlId : std::uint8_t {
   send_9,
   packet_10,
   send_10,
+  repeat_title,
+  packet_number_label,
+  start_packet,
+  packet_range,
+  end_packet,
+  repeat_count_label,
+  repeat_count,
+  wait_for_rx,
+  rx_timeout_label,
+  rx_timeout,
+  rx_timeout_unit,
+  interval_label,
+  interval,
+  interval_unit,
+  repeat,
   status,
 };
 inline constexpr std::size_t kControlCount = static_cast<std::size_t>(ControlId::status) + 1;
@@ -72,11 +87,15 @@ enum class ControlKind : std::uint8_t {
   radio,        // consecutive radio rows of one group exclude each other
   choice,       // drop-down list without an edit field
   packet_edit,  // one line in the fixed-width font, at most kMaxPacketCharacters, Enter sends it
+  number_edit,  // one line, at most kMaxNumberCharacters
   receive_view,
   status,  // one line of text, read-only
 };
 
-enum class ControlGroup : std::uint8_t { connection, receive, transmit, footer };
+enum class ControlGroup : std::uint8_t { connection, receive, transmit, repeat, footer };
+
+// One more than any number needs, so that a value too large can be typed, seen and refused.
+inline constexpr std::size_t kMaxNumberCharacters = 10;
 
 struct ControlRow {
   ControlId id;
@@ -90,12 +109,13 @@ inline const ControlRow& control(ControlId id) {
   return kControls[index_of(id)];
 }
 
-// Names the part of the window below it, so it is drawn bold.
+// Names a part of the window, so it is drawn bold.
 constexpr bool heads_group(const ControlRow& row) {
   return row.kind == ControlKind::title || row.id == ControlId::transmit;
 }
 
 // Rows 0 to 9 of the transmit panel.
+inline constexpr std::size_t kPacketRows = 10;
 constexpr ControlId packet_field(std::size_t row) {
   return static_cast<ControlId>(index_of(ControlId::packet_1) + 2 * row);
 }

@@ -12,12 +12,13 @@ namespace {
 // Logical pixels at 96 DPI.
 constexpr int kMinimumWidth = 600;
 constexpr int kCompactBelow = 700;  // narrower windows break the connection row in two
+constexpr int kNarrowBelow = 740;   // narrower windows break the repeat row in two
 constexpr int kFirstSide = 800;
 constexpr int kMargin = 8;
 constexpr int kLineHeight = 30;
 constexpr int kControlHeight = 26;
 constexpr int kTextFrame = 8;   // above and below the text of a control, together
-constexpr int kSectionGap = 4;  // between connection, receive, transmit and status
+constexpr int kSectionGap = 4;  // between connection, receive, transmit, repeat and status
 constexpr int kViewGap = 2;     // a line ends with as much
 constexpr int kViewMinimum = 80;
 constexpr int kStatusHeight = 24;
@@ -33,6 +34,7 @@ constexpr int frame_width(ControlKind kind) {
     case ControlKind::check:
     case ControlKind::radio: return 22;
     case ControlKind::choice: return 34;
+    case ControlKind::number_edit: return 16;
     case ControlKind::packet_edit:
     case ControlKind::receive_view:
     case ControlKind::status: break;
@@ -56,10 +58,10 @@ struct Item {
 };
 using Line = std::span<const Item>;
 
-// Items that belong beside each other; the row may become two lines before `break_at`.
+// Items that belong beside each other; a line may end before each of `breaks`.
 struct Row {
   Line items;
-  std::size_t break_at;
+  std::span<const std::size_t> breaks;
 };
 
 constexpr Item kConnectionItems[]{
@@ -91,7 +93,6 @@ constexpr Item kTransmitItems[]{
     {ControlId::send_hex, Gap::near},
     {ControlId::auto_crlf},
 };
-constexpr std::size_t kPacketRows = (index_of(ControlId::status) - index_of(ControlId::packet_1)) / 2;
 constexpr auto kPacketItems = [] {
   std::array<std::array<Item, 2>, kPacketRows> rows{};
   for (std::size_t i = 0; i < kPacketRows; ++i) {
@@ -100,8 +101,38 @@ constexpr auto kPacketItems = [] {
   return rows;
 }();
 
-constexpr Row kConnectionRow{kConnectionItems, 3};
-constexpr Row kReceiveRow{kReceiveItems, 3};
+constexpr Item kRepeatItems[]{
+    {ControlId::repeat_title},
+    {ControlId::packet_number_label},
+    {ControlId::start_packet, Gap::label, 32},
+    {ControlId::packet_range, Gap::unit},
+    {ControlId::end_packet, Gap::unit, 32},
+    {ControlId::repeat_count_label},
+    {ControlId::repeat_count, Gap::label, 48},
+    {ControlId::wait_for_rx},
+    {ControlId::rx_timeout_label},
+    {ControlId::rx_timeout, Gap::label, 80},
+    {ControlId::rx_timeout_unit, Gap::unit},
+    {ControlId::interval_label},
+    {ControlId::interval, Gap::label, 80},
+    {ControlId::interval_unit, Gap::unit},
+    {ControlId::repeat, Gap::group, 112, Spare::pushes_right},
+};
+// With the panel folded, what also counts for the next time it is shown.
+constexpr Item kFoldedRepeatItems[]{
+    {ControlId::repeat_title},
+    {ControlId::wait_for_rx},
+    {ControlId::rx_timeout_label},
+    {ControlId::rx_timeout, Gap::label, 80},
+    {ControlId::rx_timeout_unit, Gap::unit},
+};
+
+constexpr std::size_t kConnectionBreaks[]{3};
+constexpr std::size_t kReceiveBreaks[]{3};
+constexpr std::size_t kRepeatBreaks[]{7, 8, 11};
+constexpr Row kConnectionRow{kConnectionItems, kConnectionBreaks};
+constexpr Row kReceiveRow{kReceiveItems, kReceiveBreaks};
+constexpr Row kRepeatRow{kRepeatItems, kRepeatBreaks};
 
 // Turns logical pixels and measured texts into device pixels.
 class Ruler {
@@ -144,32 +175,53 @@ struct Plan {
   std::vector<Line> connection;
   std::vector<Line> receive;
   std::vector<Line> transmit;
+  std::vector<Line> repeat;
+
+  std::array<const std::vector<Line>*, 4> sections() const {
+    return {&connection, &receive, &transmit, &repeat};
+  }
 };
 
-std::vector<Line> lines_of(const Row& row, bool broken) {
-  if (!broken) return {row.items};
-  return {row.items.first(row.break_at), row.items.subspan(row.break_at)};
+// As few lines as fit `inner`; `broken` ends one at the last break even if everything would.
+std::vector<Line> wrap(const Ruler& ruler, const Row& row, int inner, bool broken) {
+  std::vector<Line> lines;
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < row.breaks.size(); ++i) {
+    const bool last = i + 1 == row.breaks.size();
+    const std::size_t end = last ? row.items.size() : row.breaks[i + 1];
+    const bool too_wide = ruler.width(row.items.subspan(begin, end - begin), false) > inner;
+    if (!too_wide && !(broken && last)) continue;
+    lines.push_back(row.items.subspan(begin, row.breaks[i] - begin));
+    begin = row.breaks[i];
+  }
+  lines.push_back(row.items.subspan(begin));
+  return lines;
 }
 
 Plan make_plan(const Ruler& ruler, int client_width, const PanelState& panel) {
   const int inner = ruler.inner(client_width);
-  const auto too_wide = [&](const Row& row) { return ruler.width(row.items, false) > inner; };
   const bool compact = client_width < ruler.px(kCompactBelow);
+  const bool narrow = client_width < ruler.px(kNarrowBelow);
 
   Plan plan;
-  plan.connection = lines_of(kConnectionRow, compact || too_wide(kConnectionRow));
+  plan.connection = wrap(ruler, kConnectionRow, inner, compact);
   plan.connection.emplace_back(kCommunicationItems);
-  plan.receive = lines_of(kReceiveRow, too_wide(kReceiveRow));
+  plan.receive = wrap(ruler, kReceiveRow, inner, false);
   const Line transmit{kTransmitItems};
   plan.transmit = {panel.transmit_expanded ? transmit : transmit.first(1)};
-  if (panel.transmit_expanded)
+  plan.repeat = {kFoldedRepeatItems};
+  if (panel.transmit_expanded) {
     plan.transmit.insert(plan.transmit.end(), kPacketItems.begin(), kPacketItems.end());
+    plan.repeat = wrap(ruler, kRepeatRow, inner, narrow);
+  }
   return plan;
 }
 
 int height_without_view(const Ruler& ruler, const Plan& plan) {
-  const auto lines = plan.connection.size() + plan.receive.size() + plan.transmit.size();
-  return 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() + 3 * ruler.px(kSectionGap) +
+  std::size_t lines = 0;
+  for (const auto* const section : plan.sections())
+    lines += section->size();
+  return 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() + 4 * ruler.px(kSectionGap) +
          ruler.px(kViewGap) + ruler.status_height();
 }
 
@@ -177,7 +229,7 @@ int height_without_view(const Ruler& ruler, const Plan& plan) {
 int minimum_width(const Ruler& ruler) {
   const Plan narrowest = make_plan(ruler, 0, PanelState{.transmit_expanded = true});
   int inner = 0;
-  for (const auto* const lines : {&narrowest.connection, &narrowest.receive, &narrowest.transmit}) {
+  for (const auto* const lines : narrowest.sections()) {
     for (const Line line : *lines)
       inner = std::max(inner, ruler.width(line, true));
   }
@@ -240,6 +292,8 @@ Placement layout(const Metrics& metrics, Size client, const PanelState& panel) {
   placer.full_width(ControlId::receive_view, client.height - height_without_view(ruler, plan));
   placer.skip(ruler.px(kSectionGap));
   placer.lines(plan.transmit);
+  placer.skip(ruler.px(kSectionGap));
+  placer.lines(plan.repeat);
   placer.skip(ruler.px(kSectionGap));
   placer.full_width(ControlId::status, ruler.status_height());
   return placement;

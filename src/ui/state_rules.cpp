@@ -41,6 +41,22 @@ constexpr bool echoes_sent(const Facts& f) {
 constexpr bool expanded(const Facts& f) {
   return f.transmit_expanded;
 }
+// A repeat run keeps the packets and settings it was started with, so they cannot be changed under it.
+constexpr bool no_repeat(const Facts& f) {
+  return f.repeat == RepeatState::idle;
+}
+constexpr bool can_send(const Facts& f) {
+  return connected(f) && no_repeat(f);
+}
+constexpr bool waits_for_rx(const Facts& f) {
+  return f.wait_for_rx;
+}
+constexpr bool wait_settable(const Facts& f) {
+  return f.transmit_expanded && no_repeat(f);
+}
+constexpr bool timeout_settable(const Facts& f) {
+  return wait_settable(f) && f.wait_for_rx;
+}
 constexpr bool sends_ascii(const Facts& f) {
   return !f.send_hex;
 }
@@ -88,14 +104,35 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
   set(ControlId::echo_sent, {.caption = TextId::echo_sent, .enabled = expanded, .checked = echoes_sent});
   set(ControlId::clear, {.caption = TextId::clear});
 
-  set(ControlId::transmit, {.caption = TextId::transmit, .checked = expanded});
-  set(ControlId::send_ascii, {.caption = TextId::ascii, .visible = expanded, .checked = sends_ascii});
-  set(ControlId::send_hex, {.caption = TextId::hex, .visible = expanded, .checked = sends_hex});
-  set(ControlId::auto_crlf, {.caption = TextId::auto_crlf, .visible = expanded, .checked = appends_crlf});
-  for (std::size_t row = 0; packet_field(row) < ControlId::status; ++row) {
-    set(packet_field(row), {.visible = expanded});
-    set(send_button(row), {.caption = TextId::send, .enabled = connected, .visible = expanded});
+  const auto set_in_panel = [&set](ControlId id, TextId caption, Condition enabled = always,
+                                   Condition checked = never) {
+    set(id, {.caption = caption, .enabled = enabled, .visible = expanded, .checked = checked});
+  };
+  set(ControlId::transmit, {.caption = TextId::transmit, .enabled = no_repeat, .checked = expanded});
+  set_in_panel(ControlId::send_ascii, TextId::ascii, no_repeat, sends_ascii);
+  set_in_panel(ControlId::send_hex, TextId::hex, no_repeat, sends_hex);
+  set_in_panel(ControlId::auto_crlf, TextId::auto_crlf, no_repeat, appends_crlf);
+  for (std::size_t row = 0; row < kPacketRows; ++row) {
+    set_in_panel(packet_field(row), TextId::none, no_repeat);
+    set_in_panel(send_button(row), TextId::send, can_send);
   }
+
+  set(ControlId::repeat_title, {.caption = TextId::repeat});
+  set_in_panel(ControlId::packet_number_label, TextId::packet_number);
+  set_in_panel(ControlId::start_packet, TextId::none, no_repeat);
+  set_in_panel(ControlId::packet_range, TextId::packet_range);
+  set_in_panel(ControlId::end_packet, TextId::none, no_repeat);
+  set_in_panel(ControlId::repeat_count_label, TextId::repeat_count);
+  set_in_panel(ControlId::repeat_count, TextId::none, no_repeat);
+  set(ControlId::wait_for_rx,
+      {.caption = TextId::wait_for_rx, .enabled = wait_settable, .checked = waits_for_rx});
+  set(ControlId::rx_timeout_label, {.caption = TextId::rx_timeout});
+  set(ControlId::rx_timeout, {.enabled = timeout_settable});
+  set(ControlId::rx_timeout_unit, {.caption = TextId::milliseconds});
+  set_in_panel(ControlId::interval_label, TextId::interval);
+  set_in_panel(ControlId::interval, TextId::none, no_repeat);
+  set_in_panel(ControlId::interval_unit, TextId::milliseconds);
+  set_in_panel(ControlId::repeat, TextId::none, connected);
   return rules;
 }();
 
@@ -106,6 +143,15 @@ constexpr TextId link_caption(LinkState link) {
     case LinkState::disconnected: break;
   }
   return TextId::connect;
+}
+
+constexpr TextId repeat_caption(RepeatState repeat) {
+  switch (repeat) {
+    case RepeatState::running: return TextId::stop;
+    case RepeatState::stopping: return TextId::stopping;
+    case RepeatState::idle: break;
+  }
+  return TextId::repeat_send;
 }
 
 }  // namespace
@@ -121,6 +167,7 @@ ControlStates rules(const Facts& facts) {
     if (rule.caption != TextId::none) state.caption = text(rule.caption, facts.language);
   }
   states[index_of(ControlId::connect)].caption = text(link_caption(facts.link), facts.language);
+  states[index_of(ControlId::repeat)].caption = text(repeat_caption(facts.repeat), facts.language);
   return states;
 }
 

@@ -9,6 +9,8 @@
 namespace hvt {
 
 enum class LinkState { disconnected, connecting, connected };
+// Single packets change nothing: the next one may be queued at any time.
+enum class RepeatState { idle, running, stopping };
 
 // Everything that decides what the controls look like.
 struct Facts {
@@ -22,6 +24,8 @@ struct Facts {
   bool transmit_expanded = false;
   bool send_hex = false;
   bool auto_crlf = false;
+  bool wait_for_rx = true;
+  RepeatState repeat = RepeatState::idle;
   friend bool operator==(const Facts&, const Facts&) = default;
 };
 

@@ -71,6 +71,18 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::auto_crlf, L"Auto append CR/LF", L"CR/LF 자동 추가"),
     row(TextId::send, L"Send", L"보내기"),
 
+    row(TextId::repeat, L"Repeat", L"반복 송신"),
+    row(TextId::packet_number, L"Packet number", L"패킷 번호"),
+    row(TextId::packet_range, L"~"),
+    row(TextId::repeat_count, L"Repeat count", L"반복 송신 횟수"),
+    row(TextId::wait_for_rx, L"Wait for RX until Timeout", L"타임아웃까지 RX 대기"),
+    row(TextId::rx_timeout, L"RX Timeout", L"RX 타임아웃"),
+    row(TextId::interval, L"Interval", L"간격"),
+    row(TextId::milliseconds, L"ms"),
+    row(TextId::repeat_send, L"Repeat Send", L"반복 송신"),
+    row(TextId::stop, L"Stop", L"정지"),
+    row(TextId::stopping, L"Stopping...", L"정지 중..."),
+
     row(TextId::select_port, L"Select a COM port", L"COM 포트 선택"),
     row(TextId::no_ports, L"No COM ports available", L"사용 가능한 COM 포트 없음"),
     row(TextId::status_ready, L"Ready", L"준비됨"),
@@ -85,6 +97,8 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::connected_to, L"Connected to {}", L"{}에 연결됨"),
     row(TextId::connect_timed_out, L"Serial connection exceeded {} sec.",
         L"시리얼 연결 시간이 {}초를 초과했습니다."),
+    row(TextId::repeat_separator, L"-------------------- Repeat {}/{} --------------------",
+        L"-------------------- 반복 {}/{}회 --------------------"),
     row(TextId::receive_loss, L"Received bytes not shown because the program was stalled: {}",
         L"프로그램이 응답하지 않는 동안 표시하지 못한 수신 바이트: {}"),
     row(TextId::line_error, L"RX error: {}", L"RX 오류: {}"),
@@ -342,6 +356,11 @@ std::wstring connected_to_text(std::wstring_view port, std::wstring_view notice,
 
 std::wstring connect_timed_out_text(int seconds, Language language) {
   return fill(TextId::connect_timed_out, std::to_wstring(seconds), language);
+}
+
+std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, Language language) {
+  return fill(text(TextId::repeat_separator, language),
+              {std::to_wstring(iteration), std::to_wstring(repeat_count)});
 }
 
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language) {

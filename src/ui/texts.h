@@ -38,6 +38,17 @@ enum class TextId {
   transmit,
   auto_crlf,
   send,
+  repeat,
+  packet_number,
+  packet_range,
+  repeat_count,
+  wait_for_rx,
+  rx_timeout,
+  interval,
+  milliseconds,
+  repeat_send,
+  stop,
+  stopping,
   select_port,
   no_ports,
   status_ready,
@@ -49,6 +60,7 @@ enum class TextId {
   connecting_to,
   connected_to,
   connect_timed_out,
+  repeat_separator,
   receive_loss,
   line_error,
   line_error_overflow,
@@ -66,6 +78,8 @@ std::wstring connecting_to_text(std::wstring_view port, Language language);
 // `notice` is a sentence of the transport about an opened device; empty for none.
 std::wstring connected_to_text(std::wstring_view port, std::wstring_view notice, Language language);
 std::wstring connect_timed_out_text(int seconds, Language language);
+// The line between the iterations of a repeat run.
+std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, Language language);
 // Received bytes that were dropped unseen while the program was stalled.
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language);
 // Short status line for communication error bits (serial/serial_status.h) and how often they were seen, for

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <numeric>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -64,8 +65,21 @@ struct Program {
   }
   void open_transmit(std::wstring packet) {
     app.command(ControlId::transmit);
+    app.command(ControlId::wait_for_rx);  // off
     window.type(packet_field(0), std::move(packet));
   }
+  void wait_for_rx(std::wstring timeout) {
+    app.command(ControlId::wait_for_rx);
+    window.type(ControlId::rx_timeout, std::move(timeout));
+  }
+  // As shown, but for how long a response took.
+  bool shows_masked(std::wstring_view text) {
+    static const std::wregex kElapsed(LR"(\[[0-9]+\.[0-9] ms\])");
+    const bool shown = until([&] { return std::regex_replace(window.shown(), kElapsed, L"[t ms]") == text; });
+    if (!shown) ADD_FAILURE() << "shown is: " << testing::PrintToString(window.shown());
+    return shown;
+  }
+  std::wstring_view repeat_caption() { return window.state(ControlId::repeat).caption; }
 
   std::shared_ptr<ScriptedTransport> device = std::make_shared<ScriptedTransport>();
   App app;
@@ -301,6 +315,183 @@ TEST(App, AnEndedConnectionHasTheLastWordOverItsBlockedWrite) {
     program.window.deliver();
     EXPECT_EQ(program.window.status(), c.status);
     EXPECT_EQ(program.window.shown(), L"");
+  }
+}
+
+TEST(App, WhatBecameOfAPacketStandsBehindIt) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"A");
+  program.wait_for_rx(L"99999999");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A"));
+  program.device->feed({'a'});
+  ASSERT_TRUE(program.shows_masked(L"[TX] A [t ms]\r\n[RX] a"));
+  program.device->feed({'b'});  // answers nothing
+  ASSERT_TRUE(program.shows_masked(L"[TX] A [t ms]\r\n[RX] ab"));
+
+  program.app.command(ControlId::clear);
+  program.window.type(ControlId::rx_timeout, L"10");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A [TIMEOUT]"));
+  program.device->feed({'c'});
+  ASSERT_TRUE(program.shows(L"[TX] A [TIMEOUT] [LATE]\r\n[RX] c"));
+
+  // A packet that is not shown says nothing at the line of the one before.
+  program.app.command(ControlId::clear);
+  program.app.command(ControlId::wait_for_rx);
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A"));
+  program.app.command(ControlId::echo_sent);
+  program.app.command(ControlId::wait_for_rx);
+  program.app.command(send_button(0));
+  EXPECT_TRUE(program.shows(L"[TX] A\r\n[TIMEOUT]\r\n"));
+}
+
+TEST(App, OnlyTheLastPacketOfABurstWaits) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"A");
+  program.wait_for_rx(L"99999999");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+  for (int i = 0; i < 3; ++i)
+    program.app.command(send_button(0));
+  program.window.type(ControlId::rx_timeout, L"nonsense");  // they keep what they were clicked with
+  program.app.command(send_button(0));
+  EXPECT_EQ(program.window.status(), L"RX Timeout: enter a valid number.");
+  program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
+  ASSERT_TRUE(program.shows(L"[TX] A\r\n[TX] A\r\n[TX] A"));
+  program.app.command(ControlId::repeat);  // ignored, and the wait goes on
+  EXPECT_EQ(program.repeat_caption(), L"Repeat Send");
+  program.device->feed({'x'});
+  EXPECT_TRUE(program.shows_masked(L"[TX] A\r\n[TX] A\r\n[TX] A [t ms]\r\n[RX] x"));
+}
+
+TEST(App, AClearForgetsTheWait) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"A");
+  program.wait_for_rx(L"99999999");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.shows(L"[TX] A"));
+  program.app.command(ControlId::clear);
+  program.device->feed({'x'});
+  EXPECT_TRUE(program.shows(L"[RX] x"));
+}
+
+TEST(App, RepeatsWithSeparatorsAndUnlocksAtTheEnd) {
+  Program program;
+  program.connect();
+  program.open_transmit(L"A");
+  program.window.type(packet_field(1), L"B");
+  program.window.type(ControlId::repeat_count, L"2");
+  program.window.type(ControlId::end_packet, L"2");
+  program.window.type(ControlId::interval, L"0");
+  program.app.command(ControlId::repeat);
+  const std::wstring first = L"-------------------- Repeat 1/2 --------------------\r\n[TX] A\r\n[TX] B\r\n";
+  const std::wstring second = L"-------------------- Repeat 2/2 --------------------\r\n[TX] A\r\n[TX] B";
+  EXPECT_TRUE(program.shows(first + second));
+  EXPECT_TRUE(program.until([&] { return program.repeat_caption() == L"Repeat Send"; }));
+  EXPECT_TRUE(program.window.state(ControlId::transmit).enabled);
+}
+
+TEST(App, ARepeatRunCanBeStoppedAtAnyPoint) {
+  struct Case {
+    const char* name;
+    std::function<void(Program&)> begin;
+  };
+  const Case cases[] = {
+      {"while it waits for a response",
+       [](Program& program) {
+         program.wait_for_rx(L"99999999");
+         program.app.command(ControlId::repeat);
+         ASSERT_TRUE(program.device->wait_for_writes(1));
+       }},
+      {"while it rests",
+       [](Program& program) {
+         program.window.type(ControlId::interval, L"99999999");
+         program.app.command(ControlId::repeat);
+         ASSERT_TRUE(program.device->wait_for_writes(1));
+       }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Program program;
+    program.connect();
+    program.open_transmit(L"A");
+    c.begin(program);
+    EXPECT_EQ(program.repeat_caption(), L"Stop");
+    EXPECT_FALSE(program.window.state(ControlId::transmit).enabled);
+    program.app.command(ControlId::transmit);  // a stale click does not fold the running panel
+    EXPECT_TRUE(program.window.state(ControlId::repeat).visible);
+    program.app.command(ControlId::repeat);
+    EXPECT_TRUE(program.until([&] { return program.repeat_caption() == L"Repeat Send"; }));
+    EXPECT_TRUE(program.window.state(ControlId::transmit).enabled);
+    EXPECT_TRUE(program.shows(L"-------------------- Repeat 1/3 --------------------\r\n[TX] A"));
+    EXPECT_EQ(program.window.status(), L"Connected to COM8");
+  }
+}
+
+TEST(App, ARepeatRunStopsWithItsConnection) {
+  struct Case {
+    const char* name;
+    std::function<void(Program&)> end;
+    std::wstring status;
+  };
+  const Case cases[] = {
+      {"disconnect", [](auto& program) { program.app.command(ControlId::connect); }, L"Disconnected"},
+      {"unplug", [](auto& program) { program.device->unplug(L"The serial device was removed."); },
+       L"The serial device was removed."},
+      {"failed write",
+       [](auto& program) { program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken."); },
+       L"Broken."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Program program;
+    program.connect();
+    program.open_transmit(L"A");
+    program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+    program.app.command(ControlId::repeat);
+    ASSERT_TRUE(program.device->wait_until_write_blocks());
+    EXPECT_EQ(program.repeat_caption(), L"Stop");
+    c.end(program);
+    EXPECT_TRUE(program.status_becomes(c.status));
+    EXPECT_TRUE(program.until([&] { return program.repeat_caption() == L"Repeat Send"; }));
+    EXPECT_EQ(program.window.state(ControlId::connect).caption, L"Connect");
+    program.window.tick();
+    EXPECT_EQ(program.window.shown(), L"-------------------- Repeat 1/3 --------------------\r\n");
+  }
+}
+
+TEST(App, ARepeatRunIsRefusedForWhatIsWrongWithIt) {
+  struct Case {
+    ControlId field;
+    std::wstring text;
+    std::wstring status;
+  };
+  const Case cases[] = {
+      {ControlId::repeat_count, L"10000", L"Invalid repeat count (1-9999)."},
+      {ControlId::start_packet, L"", L"Enter start packet (1-10)."},
+      {ControlId::end_packet, L"0", L"Out-of-range end packet (1-10)."},
+      {ControlId::start_packet, L"2", L"Start packet must not exceed end packet."},
+      {ControlId::interval, L"1.5", L"Invalid interval (0-99999999 ms)."},
+      {packet_field(0), L"", L"The send data is empty."},
+  };
+  for (const Case& c : cases) {
+    Program program;
+    program.open_transmit(L"A");
+    program.app.command(ControlId::repeat);
+    EXPECT_EQ(program.window.status(), L"Connect to a COM port first.");
+    program.connect();
+    program.window.type(c.field, c.text);
+    program.app.command(ControlId::repeat);
+    EXPECT_EQ(program.window.status(), c.status);
+    EXPECT_EQ(program.repeat_caption(), L"Repeat Send");
+    // None of it matters to a single packet.
+    if (c.field == packet_field(0)) continue;
+    program.app.command(send_button(0));
+    EXPECT_TRUE(program.shows(L"[TX] A"));
   }
 }
 

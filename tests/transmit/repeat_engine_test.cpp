@@ -228,7 +228,7 @@ TEST(RepeatEngine, AFailedRunIsReportedOnceAndLeavesNothingBehind) {
     std::string manual;  // what comes after "wA@0"
     std::string repeat;
   } cases[] = {
-      {"refused by the device", [](auto& rig) { rig.fail_writes(true); }, "! d 6:broken ", "! 6:broken "},
+      {"refused by the device", [](auto& rig) { rig.fail_writes(true); }, "! d 6:broken ", "! d 6:broken "},
       {"exception", [](auto&) { throw std::runtime_error("oops"); }, "6:oops ", "6:oops "},
       {"without a text", [](auto&) { throw 1; }, "6:Manual transmission failed. ",
        "6:Repeat transmission failed. "},

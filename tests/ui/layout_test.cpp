@@ -57,13 +57,15 @@ int widest(const Entries& entries, const Font& font, int dpi) {
 }
 
 // What a face would measure: the captions of the rules and the entries of the choices.
-Metrics measure(const Font& font, int dpi, LinkState link = LinkState::disconnected) {
+Metrics measure(const Font& font, int dpi, LinkState link = LinkState::disconnected,
+                RepeatState repeat = RepeatState::idle) {
   Metrics metrics;
   metrics.dpi = dpi;
   metrics.text_height = metrics.mono_height = scaled(font.line_height, dpi);
   Facts facts;
   facts.language = font.language;
   facts.link = link;
+  facts.repeat = repeat;
   const ControlStates states = rules(facts);
   for (std::size_t i = 0; i < kControlCount; ++i) {
     metrics.text_width[i] = text_width(states[i].caption, font, dpi);
@@ -86,8 +88,9 @@ bool stretches(ControlId id) {
          id == ControlId::receive_view || id == ControlId::status;
 }
 
+// What the rules show has a place, and nothing else has.
 bool shown(ControlId id, const PanelState& panel) {
-  return panel.transmit_expanded || control(id).group != ControlGroup::transmit || id == ControlId::transmit;
+  return rules({.transmit_expanded = panel.transmit_expanded})[index_of(id)].visible;
 }
 
 int frame(ControlKind kind) {
@@ -96,6 +99,7 @@ int frame(ControlKind kind) {
     case ControlKind::check:
     case ControlKind::radio: return 22;
     case ControlKind::choice: return 34;
+    case ControlKind::number_edit: return 16;
     default: return 0;
   }
 }
@@ -212,7 +216,9 @@ TEST(Layout, OnlyStretchersGrow) {
   for_all_scenes([](const Scene& s, const Placement& p) {
     const Placement wider = layout(s.metrics, {s.client.width + kMore, s.client.height}, s.panel);
     const Placement taller = layout(s.metrics, {s.client.width, s.client.height + kMore}, s.panel);
-    const bool rearranged = at(wider, ControlId::receive_view).y != at(p, ControlId::receive_view).y;
+    const bool rearranged =
+        at(wider, ControlId::receive_view).y != at(p, ControlId::receive_view).y ||
+        at(wider, ControlId::receive_view).height != at(p, ControlId::receive_view).height;
     for (const ControlRow& row : kControls) {
       if (at(p, row.id).empty()) continue;
       const bool view = row.id == ControlId::receive_view;
@@ -272,6 +278,36 @@ TEST(Layout, TheConnectionButtonHasRoomForEachOfItsCaptions) {
             measure(font, dpi, link).text_width[index_of(ControlId::connect)] + scaled(20, dpi);
         EXPECT_GE(button.width, needed) << dpi << " dpi, font " << font.line_height;
       }
+    }
+  }
+}
+
+TEST(Layout, TheRepeatButtonHasRoomForEachOfItsCaptions) {
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      const Rect button = at(layout(measure(font, dpi), {0, 0}, kOpen), ControlId::repeat);
+      for (const RepeatState repeat : {RepeatState::running, RepeatState::stopping}) {
+        const Metrics metrics = measure(font, dpi, LinkState::connected, repeat);
+        const int needed = metrics.text_width[index_of(ControlId::repeat)] + scaled(20, dpi);
+        EXPECT_GE(button.width, needed) << dpi << " dpi, font " << font.line_height;
+      }
+    }
+  }
+}
+
+// Interval and button share the second row, and the packet rows stay where they are.
+TEST(Layout, TheRepeatSettingsTakeASecondRowBelow740) {
+  for (const Font& font : kFonts) {
+    for (const int dpi : kDpis) {
+      SCOPED_TRACE(testing::Message() << dpi << " dpi, font " << font.line_height);
+      const Metrics metrics = measure(font, dpi);
+      const Size client{scaled(739, dpi), scaled(1200, dpi)};
+      const Placement narrow = layout(metrics, client, kOpen);
+      EXPECT_EQ(at(narrow, ControlId::repeat_count).y, at(narrow, ControlId::repeat_title).y);
+      EXPECT_GE(at(narrow, ControlId::interval).y - at(narrow, ControlId::repeat_title).y, scaled(30, dpi));
+      EXPECT_EQ(at(narrow, ControlId::repeat).y, at(narrow, ControlId::interval).y);
+      const Placement wide = layout(metrics, {scaled(1366, dpi), client.height}, kOpen);
+      EXPECT_EQ(at(wide, ControlId::repeat).y, at(wide, ControlId::repeat_title).y);
     }
   }
 }

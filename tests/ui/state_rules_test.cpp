@@ -14,16 +14,18 @@ namespace {
 
 bool Facts::*const kFlags[]{&Facts::has_ports, &Facts::receive_hex, &Facts::line_break,
                             &Facts::hide_crlf, &Facts::echo_sent,   &Facts::transmit_expanded,
-                            &Facts::send_hex,  &Facts::auto_crlf};
+                            &Facts::send_hex,  &Facts::auto_crlf,   &Facts::wait_for_rx};
+constexpr RepeatState kRepeatStates[]{RepeatState::idle, RepeatState::running, RepeatState::stopping};
 
 std::vector<Facts> all_facts() {
   std::vector<Facts> all;
   for (const Language language : {Language::english, Language::korean}) {
     for (const LinkState link : {LinkState::disconnected, LinkState::connecting, LinkState::connected}) {
-      for (unsigned bits = 0; bits < 1u << std::size(kFlags); ++bits) {
+      for (unsigned bits = 0; bits < std::size(kRepeatStates) << std::size(kFlags); ++bits) {
         Facts facts;
         facts.language = language;
         facts.link = link;
+        facts.repeat = kRepeatStates[bits >> std::size(kFlags)];
         for (std::size_t i = 0; i < std::size(kFlags); ++i)
           facts.*kFlags[i] = (bits >> i & 1) != 0;
         all.push_back(facts);
@@ -35,7 +37,8 @@ std::vector<Facts> all_facts() {
 
 std::string describe(const Facts& f) {
   std::string text = f.language == Language::korean ? "korean" : "english";
-  text += " link=" + std::to_string(static_cast<int>(f.link)) + " flags=";
+  text += " link=" + std::to_string(static_cast<int>(f.link)) +
+          " repeat=" + std::to_string(static_cast<int>(f.repeat)) + " flags=";
   for (const auto flag : kFlags)
     text += f.*flag ? '1' : '0';
   return text;
@@ -62,10 +65,25 @@ bool has_caption(ControlKind kind) {
 TEST(StateRules, NothingThatSendsIsEnabledUnlessConnectedAndUnfolded) {
   for_all_facts([](const Facts& f, const ControlStates& states) {
     const bool may_send = f.link == LinkState::connected && f.transmit_expanded;
-    for (std::size_t row = 0; row < 10; ++row) {
-      EXPECT_EQ(of(states, send_button(row)).enabled, may_send);
-      EXPECT_EQ(of(states, packet_field(row)).enabled, f.transmit_expanded);
+    const bool repeats = f.repeat != RepeatState::idle;
+    for (std::size_t row = 0; row < kPacketRows; ++row) {
+      EXPECT_EQ(of(states, send_button(row)).enabled, may_send && !repeats);
+      EXPECT_EQ(of(states, packet_field(row)).enabled, f.transmit_expanded && !repeats);
     }
+    EXPECT_EQ(of(states, ControlId::repeat).enabled, may_send);
+  });
+}
+
+TEST(StateRules, ARepeatRunLocksWhatItSendsAndLeavesItsStop) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    const bool repeats = f.repeat != RepeatState::idle;
+    for (const ControlId id :
+         {ControlId::start_packet, ControlId::end_packet, ControlId::repeat_count, ControlId::interval,
+          ControlId::wait_for_rx, ControlId::auto_crlf, ControlId::send_ascii, ControlId::send_hex}) {
+      EXPECT_EQ(of(states, id).enabled, f.transmit_expanded && !repeats) << control(id).name;
+    }
+    EXPECT_EQ(of(states, ControlId::rx_timeout).enabled, f.transmit_expanded && !repeats && f.wait_for_rx);
+    EXPECT_EQ(of(states, ControlId::transmit).enabled, !repeats);
   });
 }
 
@@ -82,19 +100,25 @@ TEST(StateRules, TheLineSettingsCanBeChangedOnlyWhileDisconnected) {
 
 TEST(StateRules, WhatMustAlwaysWorkIsAlwaysEnabledAndVisible) {
   for_all_facts([](const Facts&, const ControlStates& states) {
-    for (const ControlId id : {ControlId::connect, ControlId::refresh, ControlId::clear, ControlId::transmit,
-                               ControlId::receive_view, ControlId::status}) {
+    for (const ControlId id : {ControlId::connect, ControlId::refresh, ControlId::clear,
+                               ControlId::repeat_title, ControlId::receive_view, ControlId::status}) {
       EXPECT_TRUE(of(states, id).enabled && of(states, id).visible) << control(id).name;
     }
   });
 }
+
+// What stays of the folded panel: its header, and what also counts for the next time it is shown.
+constexpr ControlId kAlwaysShown[]{ControlId::transmit,    ControlId::repeat_title,
+                                   ControlId::wait_for_rx, ControlId::rx_timeout_label,
+                                   ControlId::rx_timeout,  ControlId::rx_timeout_unit};
 
 TEST(StateRules, HiddenControlsAreDisabledAndOnlyFoldingHides) {
   for_all_facts([](const Facts& f, const ControlStates& states) {
     for (const ControlRow& row : kControls) {
       const ControlState& state = of(states, row.id);
       EXPECT_TRUE(state.visible || !state.enabled) << row.name;
-      const bool folds = row.group == ControlGroup::transmit && row.id != ControlId::transmit;
+      const bool folds = (row.group == ControlGroup::transmit || row.group == ControlGroup::repeat) &&
+                         std::ranges::find(kAlwaysShown, row.id) == std::end(kAlwaysShown);
       EXPECT_EQ(state.visible, !folds || f.transmit_expanded) << row.name;
     }
   });
@@ -109,6 +133,7 @@ TEST(StateRules, ChecksMirrorThePreferencesAlsoWhileDisabled) {
     EXPECT_EQ(of(states, ControlId::echo_sent).enabled, f.transmit_expanded);
     EXPECT_EQ(of(states, ControlId::transmit).checked, f.transmit_expanded);
     EXPECT_EQ(of(states, ControlId::auto_crlf).checked, f.auto_crlf);
+    EXPECT_EQ(of(states, ControlId::wait_for_rx).checked, f.wait_for_rx);
     EXPECT_EQ(of(states, ControlId::receive_hex).checked, f.receive_hex);
     EXPECT_EQ(of(states, ControlId::send_hex).checked, f.send_hex);
     EXPECT_NE(of(states, ControlId::receive_ascii).checked, of(states, ControlId::receive_hex).checked);
@@ -166,6 +191,7 @@ TEST(StateRules, APreferenceChangesOnlyItsOwnControls) {
       {"echo_sent", &Facts::echo_sent, {ControlId::echo_sent}},
       {"send_hex", &Facts::send_hex, {ControlId::send_ascii, ControlId::send_hex}},
       {"auto_crlf", &Facts::auto_crlf, {ControlId::auto_crlf}},
+      {"wait_for_rx", &Facts::wait_for_rx, {ControlId::wait_for_rx, ControlId::rx_timeout}},
   };
   for_all_facts([&cases](const Facts& f, const ControlStates& states) {
     for (const Case& c : cases) {

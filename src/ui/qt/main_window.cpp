@@ -94,10 +94,12 @@ void QtMainWindow::group_radio_buttons() {
   }
 }
 
-// A drop-down list is announced by the label before it.
+// What has no caption of its own is announced by the label before it.
 void QtMainWindow::pair_labels() {
   for (std::size_t i = 1; i < kControlCount; ++i) {
-    const bool pair = kControls[i - 1].kind == ControlKind::label && kControls[i].kind == ControlKind::choice;
+    const bool pair =
+        kControls[i - 1].kind == ControlKind::label &&
+        (kControls[i].kind == ControlKind::choice || kControls[i].kind == ControlKind::number_edit);
     if (pair) as<QLabel>(kControls[i - 1].id).setBuddy(widgets_[i]);
   }
 }
@@ -313,7 +315,7 @@ void QtMainWindow::paintEvent(QPaintEvent*) {
   const QRect header(0, 0, width(), header_bottom + 4);
   painter.fillRect(header, look::kHeaderBand);
   painter.fillRect(0, header.bottom(), width(), 1, look::kHairline);
-  for (std::size_t row = 1; packet_field(row) < ControlId::status; row += 2) {
+  for (std::size_t row = 1; row < kPacketRows; row += 2) {
     const Rect& field = placement_[index_of(packet_field(row))];
     if (!widget(packet_field(row)).isVisible()) continue;
     painter.fillRect(0, field.y - 2, width(), field.height + 4, look::kSecondRow);

@@ -59,8 +59,7 @@ void report_enter(HWND edit) {
   SendMessageW(GetParent(edit), WM_COMMAND, MAKEWPARAM(id, kEnterPressed), reinterpret_cast<LPARAM>(edit));
 }
 
-LRESULT CALLBACK packet_field_procedure(HWND edit, UINT message, WPARAM first, LPARAM second, UINT_PTR,
-                                        DWORD_PTR) {
+LRESULT CALLBACK field_procedure(HWND edit, UINT message, WPARAM first, LPARAM second, UINT_PTR, DWORD_PTR) {
   switch (message) {
     case WM_NCCALCSIZE: shrink_to_text_line(edit, *reinterpret_cast<RECT*>(second)); return 0;
     case WM_NCPAINT: paint_surround(edit); return 0;
@@ -93,8 +92,8 @@ LRESULT CALLBACK receive_field_procedure(HWND rich_edit, UINT message, WPARAM fi
 
 }  // namespace
 
-void make_packet_field(HWND edit) {
-  SetWindowSubclass(edit, packet_field_procedure, 0, 0);
+void make_field(HWND edit) {
+  SetWindowSubclass(edit, field_procedure, 0, 0);
 }
 
 void make_receive_field(HWND rich_edit) {

@@ -33,6 +33,7 @@ NativeKind native_kind(ControlKind kind) {
     case ControlKind::radio: return {WC_BUTTONW, BS_RADIOBUTTON};
     case ControlKind::choice: return {WC_COMBOBOXW, kChoiceStyle | WS_TABSTOP};
     case ControlKind::packet_edit: return {WC_EDITW, ES_AUTOHSCROLL | WS_TABSTOP};
+    case ControlKind::number_edit: return {WC_EDITW, ES_AUTOHSCROLL | ES_RIGHT | WS_TABSTOP};
     case ControlKind::receive_view:
       return {MSFTEDIT_CLASS, ES_MULTILINE | ES_READONLY | ES_NOHIDESEL | ES_DISABLENOSCROLL |
                                   ES_AUTOVSCROLL | WS_VSCROLL | WS_BORDER | WS_TABSTOP};
@@ -80,7 +81,11 @@ bool has_caption(ControlKind kind) {
 void prepare_control(HWND handle, ControlKind kind) {
   if (kind == ControlKind::packet_edit) {
     SendMessageW(handle, EM_LIMITTEXT, kMaxPacketCharacters, 0);
-    make_packet_field(handle);
+    make_field(handle);
+  }
+  if (kind == ControlKind::number_edit) {
+    SendMessageW(handle, EM_LIMITTEXT, kMaxNumberCharacters, 0);
+    make_field(handle);
   }
   if (kind == ControlKind::receive_view) make_receive_field(handle);
   if (kind == ControlKind::choice) {

@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTest>
 #include <latch>
 #include <memory>
@@ -70,8 +71,10 @@ class Window : public testing::Test {
     if (!became) ADD_FAILURE() << "the status says: " << status().toStdString();
     return became;
   }
+  // How long a response took is shown as "[t ms]".
   bool shows(const QString& text) {
-    const bool shown = QTest::qWaitFor([&] { return received() == text; });
+    static const QRegularExpression kElapsed(R"(\[\d+\.\d ms\])");
+    const bool shown = QTest::qWaitFor([&] { return received().replace(kElapsed, "[t ms]") == text; });
     if (!shown) ADD_FAILURE() << "the receive view shows: " << received().toStdString();
     return shown;
   }
@@ -100,7 +103,7 @@ TEST_F(Window, SendsAndReceives) {
   QTest::keyClick(&find(packet_field(0)), Qt::Key_Return);
   EXPECT_EQ(device_receives(5), "ID?\r\n");
   device_sends("v1\x01\xAB\r\n");
-  EXPECT_TRUE(shows("[TX] ID?<CR><LF>\n[RX] v1<SOH><0xAB><CR><LF>\n"));
+  EXPECT_TRUE(shows("[TX] ID?<CR><LF> [t ms]\n[RX] v1<SOH><0xAB><CR><LF>\n"));
 
   click(ControlId::clear);
   click(ControlId::receive_hex);
@@ -110,10 +113,37 @@ TEST_F(Window, SendsAndReceives) {
   click(send_button(1));
   EXPECT_EQ(device_receives(4), std::string("\x00\xFF\r\n", 4));
   device_sends("\x7F\x80");
-  EXPECT_TRUE(shows("[TX] 00 FF 0D 0A\n[RX] 7F 80"));
+  EXPECT_TRUE(shows("[TX] 00 FF 0D 0A [t ms]\n[RX] 7F 80"));
   click(ControlId::connect);
   EXPECT_EQ(status(), "Disconnected");
   EXPECT_EQ(caption(), "Connect");
+}
+
+TEST_F(Window, RepeatsAndTellsWhatBecameOfEachPacket) {
+  const auto type = [&](ControlId id, const QString& text) {
+    auto& field = find<QLineEdit>(id);
+    field.setFocus();
+    field.selectAll();
+    QTest::keyClicks(&field, text);
+  };
+  open_transmit("PING");
+  type(ControlId::repeat_count, "2");
+  type(ControlId::interval, "0");
+  type(ControlId::rx_timeout, "300");
+  connect();
+  click(ControlId::repeat);
+  EXPECT_EQ(device_receives(4), "PING");
+  EXPECT_EQ(find<QPushButton>(ControlId::repeat).text(), "Stop");
+  EXPECT_FALSE(find(packet_field(0)).isEnabled());
+  device_sends("PONG");
+  EXPECT_EQ(device_receives(4), "PING");
+  const QString first = "-------------------- Repeat 1/2 --------------------\n[TX] PING [t ms]\n[RX] PONG\n";
+  const QString second = "-------------------- Repeat 2/2 --------------------\n[TX] PING [TIMEOUT]";
+  EXPECT_TRUE(shows(first + second));
+  device_sends("PONG");
+  EXPECT_TRUE(shows(first + second + " [LATE]\n[RX] PONG"));
+  EXPECT_EQ(find<QPushButton>(ControlId::repeat).text(), "Repeat Send");
+  EXPECT_TRUE(find(packet_field(0)).isEnabled());
 }
 
 TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {

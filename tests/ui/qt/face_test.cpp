@@ -108,6 +108,9 @@ TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
       case ControlKind::packet_edit:
         found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxPacketCharacters};
         break;
+      case ControlKind::number_edit:
+        found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxNumberCharacters};
+        break;
       case ControlKind::receive_view: found = find<ReceiveViewWidget>(row.id) != nullptr; break;
     }
     EXPECT_TRUE(found);
