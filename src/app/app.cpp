@@ -12,6 +12,7 @@
 namespace hvt {
 namespace {
 
+constexpr std::wstring_view kProductName = L"HalvetricSerialTest";
 constexpr std::uintptr_t kDisplayTimer = 1;
 constexpr unsigned kDisplayTimerMilliseconds = 50;
 
@@ -43,6 +44,7 @@ void App::attach(MainWindow& window) {
   post_target_ = &window;
   pump_ = std::make_unique<DisplayPump>(inbox_, window.receive_view());
   window.receive_view().set_language(facts_.language);
+  window.receive_view().on_navigated([this] { pause_display(); });
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
   ports_.start(port_source_(), {});
   fill_choices();
@@ -58,6 +60,7 @@ void App::attach(MainWindow& window) {
 
 void App::detach() {
   post_target_ = nullptr;
+  if (window_) window_->receive_view().on_navigated({});
   pump_.reset();
   window_ = nullptr;
 }
@@ -74,6 +77,7 @@ void App::command(ControlId id) {
     case ControlId::hide_crlf: return toggle(&Facts::hide_crlf);
     case ControlId::echo_sent: return toggle(&Facts::echo_sent);
     case ControlId::clear: return clear_display(true);
+    case ControlId::follow: return follow_display();
     case ControlId::transmit: return fold_transmit();
     case ControlId::send_ascii: return set_send_format(false);
     case ControlId::send_hex: return set_send_format(true);
@@ -86,6 +90,7 @@ void App::command(ControlId id) {
 }
 
 void App::chosen(ControlId id) {
+  if (id == ControlId::buffer_size) return set_buffer_size();
   if (id != ControlId::port) return;  // the line settings are read when connecting
   if (const auto row = window_->selected_choice(id)) ports_.choose(*row);
 }
@@ -100,12 +105,14 @@ void App::edited(ControlId id) {
 void App::resized(Size client) {
   client_ = client;
   relayout();
+  show_line_count();
 }
 
 void App::metrics_changed() {
   if (!window_) return;
   metrics_ = window_->measure();
   relayout();
+  show_line_count();
 }
 
 Size App::minimum_client_size(int proposed_width) {
@@ -157,6 +164,7 @@ void App::fill_choices() {
   show_choice(ControlId::data_bits, entries_of(kDataBits), kDefaultDataBits);
   show_choice(ControlId::stop_bits, entries_of(kStopBits), kStopBitsOne);
   show_choice(ControlId::parity, std::move(parities), kParityNone);
+  show_choice(ControlId::buffer_size, entries_of(kBufferSizes), kDefaultBufferSize);
 }
 
 void App::fill_repeat_fields() {
@@ -414,6 +422,8 @@ void App::pump_display() {
   if (!pump_) return;
   const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
   if (result.more) wake_display();
+  if (result.shown) show_line_count();
+  if (result.became_full) window_->set_status(words(TextId::display_full), StatusTone::error);
   if (result.lost_bytes == 0) return;
   lost_bytes_ += result.lost_bytes;
   window_->set_status(receive_loss_text(lost_bytes_, facts_.language), StatusTone::error);
@@ -427,12 +437,43 @@ void App::clear_display(bool undisturbed) {
       inbox_.clear();
       cancel_waits(turn, std::chrono::steady_clock::now());
     }
+    if (pump_->full()) show_status(words(TextId::status_ready));  // what it said is over
     pump_->clear();
     lost_bytes_ = 0;
+    facts_.paused = false;
+    update_controls();
+    show_line_count();
   };
   if (!undisturbed) return clear();
   serial_.while_undisturbed(clear);
+}
+
+void App::pause_display() {
+  if (facts_.paused) return;
+  pump_->pause();
+  facts_.paused = true;
   update_controls();
+}
+
+void App::follow_display() {
+  pump_->follow();
+  facts_.paused = false;
+  update_controls();
+  pump_display();
+  show_line_count();
+}
+
+void App::set_buffer_size() {
+  pump_->set_capacity(buffer_bytes(window_->selected_choice(ControlId::buffer_size).value_or(0)));
+  show_line_count();
+}
+
+void App::show_line_count() {
+  if (!window_) return;
+  std::wstring text = line_count_text(window_->receive_view().line_count(), facts_.language);
+  if (text == line_count_) return;
+  line_count_ = std::move(text);
+  window_->set_counter(ControlId::line_count, line_count_);
 }
 
 DisplayOptions App::display_options() const {
@@ -446,6 +487,9 @@ DisplayOptions App::display_options() const {
 void App::set_display_format(bool hex) {
   facts_.receive_hex = hex;
   update_controls();
+  const auto baud = kBaudRates[window_->selected_choice(ControlId::baud).value_or(kDefaultBaud)];
+  if (!hex || !is_high_speed(baud) || std::exchange(told_about_high_speed_, true)) return;
+  window_->show_notice(kProductName, words(TextId::high_speed_hex));
 }
 
 void App::set_send_format(bool hex) {

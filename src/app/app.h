@@ -93,6 +93,10 @@ class App final : public WindowEvents {
   DisplayOptions display_options() const;
   void wake_display();
   void pump_display();
+  void pause_display();
+  void follow_display();
+  void show_line_count();
+  void set_buffer_size();
   void set_display_format(bool hex);
   void set_send_format(bool hex);
   void fold_transmit();
@@ -121,6 +125,8 @@ class App final : public WindowEvents {
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
   std::atomic<std::uint64_t> attempt_{0};
   std::uint64_t lost_bytes_ = 0;
+  std::wstring line_count_;             // as shown
+  bool told_about_high_speed_ = false;  // once per run of the program
   bool closed_ = false;
 
   Inbox inbox_;

@@ -413,6 +413,24 @@ void ReceiveDocument::visit(Range range, Visit&& visit_run) const {
   }
 }
 
+bool ReceiveDocument::has_line_break(const Chunk& chunk, std::size_t from, std::size_t to) {
+  if (chunk.wide.empty()) return std::memchr(chunk.narrow.data() + from, '\n', to - from) != nullptr;
+  return std::u16string_view(chunk.wide).substr(from, to - from).find(u'\n') != std::u16string_view::npos;
+}
+
+bool ReceiveDocument::on_one_line(Position one, Position other) const {
+  const Range range = clamped({std::min(one, other), std::max(one, other)});
+  if (range.empty()) return true;
+  for (std::size_t index = chunk_at(range.begin); index < chunks_.size(); ++index) {
+    const Chunk& chunk = chunks_[index];
+    if (chunk.begin >= range.end) break;
+    const auto from = static_cast<std::size_t>(std::max(range.begin, chunk.begin) - chunk.begin);
+    const auto to = static_cast<std::size_t>(std::min(range.end, chunk.end()) - chunk.begin);
+    if (has_line_break(chunk, from, to)) return false;
+  }
+  return true;
+}
+
 std::wstring ReceiveDocument::text(Range range) const {
   std::wstring result;
   result.reserve(range.empty() ? 0 : static_cast<std::size_t>(range.end - range.begin));

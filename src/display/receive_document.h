@@ -73,6 +73,9 @@ class ReceiveDocument {
   // The row that shows the unit at `position`; positions outside are moved to the nearest end.
   Row row_of(Position position) const;
 
+  // No line break lies between the two.
+  bool on_one_line(Position one, Position other) const;
+
   // What lies between two positions; the part outside the document is left out.
   std::wstring text(Range range) const;
   DisplayBatch runs(Range range) const;
@@ -122,6 +125,7 @@ class ReceiveDocument {
   Position row_end(Position begin, std::size_t column) const;
   std::size_t chunk_at(Position position) const;
   Range clamped(Range range) const;
+  static bool has_line_break(const Chunk& chunk, std::size_t from, std::size_t to);
   template <typename Visit>
   void visit(Range range, Visit&& visit_run) const;
   template <typename Predicate>

@@ -20,9 +20,28 @@ inline constexpr std::array kParities{TextId::parity_none, TextId::parity_odd, T
                                       TextId::parity_mark, TextId::parity_space};  // index = parity code
 inline constexpr std::array<std::wstring_view, 3> kTimeoutSeconds{L"1", L"3", L"5"};
 
+inline constexpr std::array<std::wstring_view, 4> kBufferSizes{L"1MB", L"2MB", L"3MB", L"4MB"};
+// Received bytes that the view keeps with that entry chosen.
+constexpr std::uint64_t buffer_bytes(std::size_t entry) {
+  return (std::uint64_t{entry} + 1) << 20;
+}
+
 inline constexpr std::size_t kDefaultBaud = 8;      // 115200
 inline constexpr std::size_t kDefaultDataBits = 3;  // 8
 inline constexpr std::size_t kDefaultTimeout = 1;   // 3 seconds
+inline constexpr std::size_t kDefaultBufferSize = 0;
+
+// A rate at which what is done for the eye takes time away from receiving. Anything but digits is none.
+constexpr bool is_high_speed(std::wstring_view baud) {
+  constexpr unsigned kFrom = 921'600;
+  constexpr unsigned kBeyondAll = 4'000'001;
+  unsigned value = 0;
+  for (const wchar_t digit : baud) {
+    if (digit < L'0' || digit > L'9') return false;
+    value = value >= kBeyondAll ? value : value * 10 + static_cast<unsigned>(digit - L'0');
+  }
+  return value >= kFrom;
+}
 
 // What the number fields hold at first.
 struct FieldText {

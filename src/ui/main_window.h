@@ -77,6 +77,11 @@ class MainWindow {
   virtual std::optional<std::size_t> selected_choice(ControlId id) const = 0;
 
   virtual void set_status(std::wstring_view text, StatusTone tone) = 0;
+  // Text of a counter.
+  virtual void set_counter(ControlId id, std::wstring_view text) = 0;
+  // Tells something in a box of its own, to be clicked away. May return at once or only then; events go on
+  // coming meanwhile.
+  virtual void show_notice(std::wstring_view title, std::wstring_view text) = 0;
   virtual ReceiveView& receive_view() = 0;
 
   // Any thread: have WindowEvents::message(message, 0, 0) called on the interface thread. False when refused

@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPainter>
 #include <QResizeEvent>
 #include <QScreen>
@@ -28,7 +29,7 @@ class PostedMessage final : public QEvent {
 };
 
 constexpr bool is_static_text(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title;
+  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::counter;
 }
 constexpr bool is_push(ControlKind kind) {
   return kind == ControlKind::button || kind == ControlKind::check || kind == ControlKind::radio;
@@ -140,6 +141,8 @@ void QtMainWindow::set_client_size(Size client) {
 void QtMainWindow::apply(std::span<const ControlChange> changes) {
   for (const auto& [id, state] : changes) {
     set_caption(id, state.caption);
+    widget(id).setToolTip(to_qstring(state.tip));
+    if (!state.tip.empty()) widget(id).setAccessibleName(to_qstring(state.tip));
     widget(id).setEnabled(state.enabled);
     widget(id).setVisible(state.visible);
     checked_[index_of(id)] = state.checked;
@@ -236,6 +239,19 @@ void QtMainWindow::set_status(std::wstring_view text, StatusTone tone) {
   if (tone == StatusTone::error) colors.setColor(QPalette::WindowText, look::kErrorText);
   line.setPalette(colors);
   line.setText(to_qstring(text));
+}
+
+void QtMainWindow::set_counter(ControlId id, std::wstring_view text) {
+  as<QLabel>(id).setText(to_qstring(text));
+}
+
+// Not exec(): that would hold up whoever asks.
+void QtMainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
+  auto* const box =
+      new QMessageBox(QMessageBox::Information, to_qstring(title), to_qstring(text), QMessageBox::Ok, this);
+  box->setTextFormat(Qt::PlainText);
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  box->open();
 }
 
 ReceiveView& QtMainWindow::receive_view() {

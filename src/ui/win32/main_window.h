@@ -12,7 +12,7 @@
 #include "ui/win32/native_controls.h"
 #include "ui/win32/painting.h"
 #include "ui/win32/receive_view.h"
-#include "ui/win32/status_tip.h"
+#include "ui/win32/tool_tips.h"
 
 namespace hvt {
 
@@ -49,6 +49,8 @@ class Win32MainWindow final : public MainWindow {
                    std::wstring_view placeholder) override;
   std::optional<std::size_t> selected_choice(ControlId id) const override;
   void set_status(std::wstring_view text, StatusTone tone) override;
+  void set_counter(ControlId id, std::wstring_view text) override;
+  void show_notice(std::wstring_view title, std::wstring_view text) override;
   ReceiveView& receive_view() override { return receive_view_; }
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;
@@ -103,7 +105,7 @@ class Win32MainWindow final : public MainWindow {
   WindowIcons icons_;
   NativeControls controls_;
   RichEditView receive_view_;
-  StatusTip status_tip_;
+  ToolTips tips_;
   Sections sections_;
   StatusTone status_tone_ = StatusTone::plain;
   HWND last_focus_ = nullptr;  // the control to return to when the window becomes active again
