@@ -29,7 +29,7 @@ for preset in linux linux-asan linux-tsan win64; do
 done
 
 # The Windows program brings no library of its own and needs none but the system's.
-system_dlls='^(ADVAPI32|COMCTL32|DWMAPI|GDI32|KERNEL32|MSVCRT|OLE32|OLEAUT32|SETUPAPI|SHELL32|USER32|UXTHEME|WINHTTP)\.DLL$'
+system_dlls='^(ADVAPI32|COMCTL32|DWMAPI|GDI32|KERNEL32|MSVCRT|OLE32|OLEAUT32|SETUPAPI|SHELL32|USER32|UXTHEME|WINHTTP|WINMM)\.DLL$'
 foreign=$(x86_64-w64-mingw32-objdump -p build/win64/src/app/HalvetricSerialTest.exe | sed -n 's/.*DLL Name: //p' |
   tr '[:lower:]' '[:upper:]' | grep -vE "$system_dlls")
 [ -z "$foreign" ] || { echo "HalvetricSerialTest.exe needs $foreign"; broken=1; }

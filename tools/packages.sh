@@ -3,16 +3,18 @@
 #   tools/packages.sh run     what building and running on Linux needs
 #   tools/packages.sh test    that, and what the tests on both systems need
 #   tools/packages.sh bench   that of run, and the benchmark library
+#   tools/packages.sh fuzz    that of run, and clang with its fuzzer
 set -euo pipefail
 
 run=(g++ cmake ninja-build qt6-base-dev qt6-qpa-plugins libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
 demo=(xvfb xauth xdotool imagemagick x11-utils)
 tests=(googletest python3 g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 clang-format)
 
-case "${1:?run, test or bench}" in
+case "${1:?run, test, bench or fuzz}" in
   run) wanted=("${run[@]}" "${demo[@]}") ;;
   test) wanted=("${run[@]}" "${demo[@]}" "${tests[@]}") ;;
   bench) wanted=("${run[@]}" libbenchmark-dev) ;;
+  fuzz) wanted=("${run[@]}" clang libclang-rt-dev) ;;
   *) echo "packages.sh: unknown set '$1'" >&2; exit 2 ;;
 esac
 

@@ -1,6 +1,7 @@
 #include "base/text.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
@@ -12,15 +13,16 @@ constexpr std::uint32_t kReplacement = 0xFFFD;
 constexpr std::size_t kMaxUnits = std::numeric_limits<std::int32_t>::max();
 constexpr bool kPathsAreWide = std::is_same_v<std::filesystem::path::string_type, std::wstring>;
 
-constexpr bool is_high_surrogate(std::uint32_t unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
 // A decoded character and the units or bytes it took; length 0 where the text is malformed.
 struct Decoded {
   std::uint32_t scalar = 0;
   std::size_t length = 0;
+  Utf8Fault fault = Utf8Fault::kNone;  // of UTF-8 that is malformed
 };
+
+constexpr Decoded malformed_by(Utf8Fault fault) {
+  return {0, 0, fault};
+}
 
 Decoded decode_utf16(std::wstring_view text) {
   const auto unit = static_cast<std::uint32_t>(text[0]);
@@ -29,7 +31,7 @@ Decoded decode_utf16(std::wstring_view text) {
   if (text.size() < 2) return {};
   const auto low = static_cast<std::uint32_t>(text[1]);
   if (!is_low_surrogate(low)) return {};
-  return {0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00), 2};
+  return {surrogate_pair(unit, low), 2};
 }
 
 struct SequenceForm {
@@ -51,28 +53,18 @@ Decoded decode_utf8(std::string_view bytes) {
   const auto lead = static_cast<std::uint8_t>(bytes[0]);
   const auto* form = std::find_if(std::begin(kSequenceForms), std::end(kSequenceForms),
                                   [&](const auto& f) { return lead >= f.first_lead && lead <= f.last_lead; });
-  if (form == std::end(kSequenceForms) || bytes.size() < form->length) return {};
+  if (form == std::end(kSequenceForms)) return malformed_by(Utf8Fault::kLead);
+  if (bytes.size() < form->length) return malformed_by(Utf8Fault::kIncomplete);
   std::uint32_t scalar = lead & form->payload_mask;
   for (const char byte : bytes.substr(1, form->length - 1)) {
     const auto continuation = static_cast<std::uint8_t>(byte);
-    if ((continuation & 0xC0) != 0x80) return {};
+    if ((continuation & 0xC0) != 0x80) return malformed_by(Utf8Fault::kContinuation);
     scalar = (scalar << 6) | (continuation & 0x3Fu);
   }
   const bool surrogate = is_high_surrogate(scalar) || is_low_surrogate(scalar);
-  if (scalar < form->smallest_scalar || scalar > 0x10FFFF || surrogate) return {};
+  if (scalar < form->smallest_scalar || scalar > 0x10FFFF || surrogate)
+    return malformed_by(Utf8Fault::kScalar);
   return {scalar, form->length};
-}
-
-void append_utf8(std::string& bytes, std::uint32_t scalar) {
-  if (scalar < 0x80) {
-    bytes.push_back(static_cast<char>(scalar));
-    return;
-  }
-  const std::size_t continuations = scalar < 0x800 ? 1 : scalar < 0x10000 ? 2 : 3;
-  constexpr std::uint32_t kLeads[] = {0, 0xC0, 0xE0, 0xF0};
-  bytes.push_back(static_cast<char>(kLeads[continuations] | (scalar >> (6 * continuations))));
-  for (std::size_t left = continuations; left-- > 0;)
-    bytes.push_back(static_cast<char>(0x80 | ((scalar >> (6 * left)) & 0x3F)));
 }
 
 void append_utf16(std::wstring& text, std::uint32_t scalar) {
@@ -109,7 +101,42 @@ std::wstring decode_all_utf8(std::string_view bytes, Malformed malformed) {
   return text;
 }
 
+// How many of the bytes that follow one another from the first on are ASCII.
+std::size_t ascii_prefix(std::string_view bytes) {
+  std::size_t count = 0;
+  std::uint64_t word = 0;
+  for (; count + sizeof word <= bytes.size(); count += sizeof word) {
+    std::memcpy(&word, bytes.data() + count, sizeof word);
+    if ((word & 0x8080808080808080) != 0) break;
+  }
+  while (count < bytes.size() && static_cast<std::uint8_t>(bytes[count]) < 0x80)
+    ++count;
+  return count;
+}
+
 }  // namespace
+
+Utf8Fault find_utf8_fault(std::string_view bytes) {
+  for (;;) {
+    bytes.remove_prefix(ascii_prefix(bytes));
+    if (bytes.empty()) return Utf8Fault::kNone;
+    const Decoded next = decode_utf8(bytes);
+    if (next.length == 0) return next.fault;
+    bytes.remove_prefix(next.length);
+  }
+}
+
+void append_utf8(std::string& bytes, std::uint32_t scalar) {
+  if (scalar < 0x80) {
+    bytes.push_back(static_cast<char>(scalar));
+    return;
+  }
+  const std::size_t continuations = scalar < 0x800 ? 1 : scalar < 0x10000 ? 2 : 3;
+  constexpr std::uint32_t kLeads[] = {0, 0xC0, 0xE0, 0xF0};
+  bytes.push_back(static_cast<char>(kLeads[continuations] | (scalar >> (6 * continuations))));
+  for (std::size_t left = continuations; left-- > 0;)
+    bytes.push_back(static_cast<char>(0x80 | ((scalar >> (6 * left)) & 0x3F)));
+}
 
 std::string utf16_to_utf8(std::wstring_view text) {
   if (text.size() > kMaxUnits) throw std::runtime_error("Text is too long.");

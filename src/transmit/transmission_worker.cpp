@@ -3,16 +3,10 @@
 #include <utility>
 
 #include "base/text.h"
+#include "base/timers.h"
 #include "transmit/repeat_engine_state.h"
 
 namespace hvt {
-namespace {
-
-// A sleeping thread wakes about 80 us late on Linux, so the worker wakes early and yields for the rest: the
-// median packet is then 1 us late (benchmark RepeatPacing).
-constexpr std::chrono::microseconds kWakeAhead{100};
-
-}  // namespace
 
 void RepeatEngine::Worker::run_manual() {
   run(L"Manual transmission failed.", [&](std::wstring& error) { return manual_loop(error); });
@@ -92,6 +86,7 @@ bool RepeatEngine::Worker::repeat_loop(std::wstring& error) {
   const auto& [packets, settings] = job_;
   const auto count = static_cast<std::uint32_t>(settings.repeat_count);
   const auto timeout = settings.wait_for_rx ? std::optional(settings.rx_timeout_ms) : std::nullopt;
+  const FineTimers fine_timers;
   cancel_waits(*state_->slot, state_->system->now());
   for (std::uint32_t iteration = 1; iteration <= count; ++iteration) {
     if (state_->stop_requested) return true;
@@ -174,7 +169,7 @@ void RepeatEngine::Worker::rest(std::chrono::milliseconds interval) {
     if (interval.count() == 0) std::this_thread::yield();
     return;
   }
-  const TimePoint wake = due - kWakeAhead;
+  const TimePoint wake = due - timer_lateness();  // the rest is yielded: the next packet must not be late
   {
     std::unique_lock lock(state_->mutex);
     while (!state_->stop_requested && system.now() < wake)

@@ -20,6 +20,7 @@ finish() {
   rm -rf "$runtime"
 }
 trap finish EXIT
+trap 'echo "demo: line $LINENO failed" >&2' ERR
 
 # A display of our own.
 exec {number}<> <(:)
@@ -32,6 +33,7 @@ export DISPLAY=:$display
 mkfifo "$runtime/device"
 "$build/tools/virtual_device/hvt-virtual-device" \
   --on 'ID?\r\n' 5 'HALVETRIC-DEMO v1<0x01><0xAB>\r\n' --on 'PING\r\n' 20 'PONG\r\n' \
+  --on 'SLOW?\r\n' 350 'sorry\r\n' \
   --log "$out/device.log" <"$runtime/device" >"$out/device.txt" &
 device=$!
 children+=("$device")
@@ -70,6 +72,11 @@ click() {
   xdotool mousemove $((x + width / 2)) $((y + height / 2)) click --delay 30 1
   sleep 0.2
 }
+refill() {  # CONTROL TEXT
+  click "$1"
+  xdotool key Home shift+End
+  xdotool type --delay 15 "$2"
+}
 shot() {
   sleep "${2:-0.4}"
   import -window "$window" "$out/$1.png"
@@ -96,30 +103,42 @@ click packet_2
 xdotool type --delay 15 'PING'
 click send_2
 shot 4-sent 1
+click packet_3
+xdotool type --delay 15 'SLOW?'
+refill end_packet 3
+refill repeat_count 2
+refill interval 500
+refill rx_timeout 200
+click clear
+click repeat
+shot 5-repeating 1
+shot 6-repeated 3
 click receive_hex
 tell 'say \x00\x01\x7F\x80\xFF\r\n'
-shot 5-hex 1
+shot 7-hex 1
 click receive_ascii
 click clear
 tell stall   # the line still takes some kilobytes, then a write ends after half a second
-click packet_3
-xdotool type --delay 0 "$(printf 'x%.0s' {1..1400})"
-click send_3
+click packet_4
+xdotool type --delay 15 "$(printf 'x%.0s' {1..50})"
+xdotool key Home shift+End ctrl+c End
+for _ in $(seq 27); do xdotool key --delay 15 ctrl+v; done
+click send_4
 xdotool click --repeat 60 --delay 60 1
-shot 6-stalled 1
+shot 8-stalled 1
 tell resume
 click connect
 tell 'say Still here, and every packet that fitted has arrived.\r\n'
 sleep 0.5
 tell vanish
-shot 7-unplugged 1
+shot 9-unplugged 1
 if [ -z "$windows" ]; then   # a device that comes back has another pseudo-terminal: Wine's link would be stale
   tell return
   sleep 1
   click refresh
   click connect
   tell 'say back again\r\n'
-  shot 8-replugged 1
+  shot 10-replugged 1
 fi
 
 # What the device saw is what was sent.
@@ -134,8 +153,9 @@ wait "$device" 2>/dev/null || true
 cat "$out/summary.txt"
 fail() { echo "demo: $1" >&2; exit 1; }
 sent=$(grep ' rx ' "$out/device.log" | cut -d' ' -f4- | tr '\n' ' ')
-packets='49 44 3F 0D 0A 50 49 4E 47 0D 0A '
-[[ "$sent" == "$packets"* ]] || fail "the device received something else before the two packets: ${sent:0:80}"
+id='49 44 3F 0D 0A ' ping='50 49 4E 47 0D 0A ' slow='53 4C 4F 57 3F 0D 0A '
+packets=$id$ping$id$ping$slow$id$ping$slow
+[[ "$sent" == "$packets"* ]] || fail "the device received something else than the packets sent: ${sent:0:80}"
 [[ "${sent#"$packets"}" =~ ^((78 ){1400}0D 0A )*(78 ){0,1400}(0D )?$ ]] || fail "the device received damaged packets"
 opened=$(grep -c '^opened' "$out/device.txt")
 [ "$opened" -eq $([ -n "$windows" ] && echo 2 || echo 3) ] || fail "the device was opened $opened times"
@@ -146,4 +166,7 @@ shows() {  # PICTURE COLOR WHAT
 }
 shows 4-sent '#FF8000' 'received text'
 shows 4-sent '#0000FF' 'sent text'
-shows 7-unplugged '#FF8000' 'what was received before the unplug'
+shows 5-repeating '#A0A0A0' 'an elapsed time'
+shows 6-repeated '#FF0000' 'a time-out'
+shows 6-repeated '#B45A00' 'a late answer'
+shows 9-unplugged '#FF8000' 'what was received before the unplug'

@@ -58,7 +58,7 @@ class FlatStyle final : public QProxyStyle {
                      const QWidget* widget) const override {
     switch (element) {
       case PE_PanelButtonCommand: return draw_panel(*option, *painter, button_surface(option->state));
-      case PE_PanelLineEdit: return draw_panel(*option, *painter, option->palette.color(QPalette::Base));
+      case PE_PanelLineEdit: return draw_panel(*option, *painter, field_surface(*option));
       default: return QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
   }
@@ -74,6 +74,9 @@ class FlatStyle final : public QProxyStyle {
   }
 
  private:
+  static QColor field_surface(const QStyleOption& field) {
+    return field.state & State_Enabled ? field.palette.color(QPalette::Base) : kButtonDisabled;
+  }
   static QColor button_surface(QStyle::State state) {
     if (!(state & State_Enabled)) return kButtonDisabled;
     if (state & (State_Sunken | State_On)) return kButtonPressed;

@@ -5,19 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <spawn.h>
-#include <stdlib.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <condition_variable>
-#include <filesystem>
 #include <mutex>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,87 +20,16 @@
 #include "base/posix/unique_fd.h"
 #include "serial/port_list.h"
 #include "serial/serial_port.h"
+#include "tests/support/device_process.h"
 #include "tools/virtual_device/pattern.h"
 
 namespace hvt {
 namespace {
 
 using namespace std::chrono_literals;
+using test::DeviceProcess;
 
 const std::wstring kLabel = L"ttyV0 - Virtual device";
-
-// A run-time folder of the test's own, so that no other device is listed.
-class PrivateFolder {
- public:
-  PrivateFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "hvt-test-XXXXXX").string();
-    if (!::mkdtemp(name.data())) throw std::runtime_error("no folder to be had");
-    path_ = name;
-    ::setenv("XDG_RUNTIME_DIR", name.c_str(), 1);
-  }
-  ~PrivateFolder() { std::filesystem::remove_all(path_); }
-
- private:
-  std::filesystem::path path_;
-};
-
-// The tool, steered by its standard input.
-class DeviceProcess {
- public:
-  explicit DeviceProcess(std::vector<std::string> arguments) {
-    std::array<int, 2> to{};
-    std::array<int, 2> from{};
-    if (::pipe(to.data()) != 0 || ::pipe(from.data()) != 0) throw std::runtime_error("no pipe to be had");
-    const UniqueFd its_input(to[0]);
-    const UniqueFd its_output(from[1]);
-    input_ = UniqueFd(to[1]);
-    output_ = UniqueFd(from[0]);
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, to[0], STDIN_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, from[1], STDOUT_FILENO);
-    for (const int fd : {to[0], to[1], from[0], from[1]})
-      ::posix_spawn_file_actions_addclose(&actions, fd);
-    arguments.insert(arguments.begin(), HVT_VIRTUAL_DEVICE);
-    std::vector<char*> values;
-    for (std::string& argument : arguments)
-      values.push_back(argument.data());
-    values.push_back(nullptr);
-    const int failed =
-        ::posix_spawn(&process_, HVT_VIRTUAL_DEVICE, &actions, nullptr, values.data(), environ);
-    ::posix_spawn_file_actions_destroy(&actions);
-    if (failed != 0) throw std::runtime_error("the virtual device does not start");
-  }
-  ~DeviceProcess() {
-    tell("quit");
-    ::waitpid(process_, nullptr, 0);
-  }
-
-  void tell(const std::string& command) {
-    const std::string line = command + '\n';
-    EXPECT_EQ(::write(input_.get(), line.data(), line.size()), static_cast<ssize_t>(line.size()));
-  }
-  // The next line that begins with `word`; empty when the device ended before.
-  std::string line(const std::string& word) {
-    std::string text;
-    char c = 0;
-    while (::read(output_.get(), &c, 1) == 1) {
-      if (c != '\n') {
-        text += c;
-      } else if (text.starts_with(word)) {
-        return text;
-      } else {
-        text.clear();
-      }
-    }
-    return {};
-  }
-
- private:
-  pid_t process_ = 0;
-  UniqueFd input_;
-  UniqueFd output_;
-};
 
 // A connection whose bytes are judged as they come.
 class Receiver {
@@ -163,7 +87,7 @@ std::vector<std::wstring> listed() {
 }
 
 TEST(VirtualDevice, AnUnthrottledFloodArrivesWhole) {
-  const PrivateFolder folder;
+  const test::PrivateRuntimeFolder folder;
   struct Case {
     const char* name;
     device::PatternKind kind;
@@ -189,7 +113,7 @@ TEST(VirtualDevice, AnUnthrottledFloodArrivesWhole) {
 
 // A loaded machine may take long between opening the port and emptying its queue.
 TEST(VirtualDevice, TheFloodWaitsUntilTheQueueIsEmptied) {
-  const PrivateFolder folder;
+  const test::PrivateRuntimeFolder folder;
   DeviceProcess device({"--flood", "max", "--count", "10"});
   const std::string ready = device.line("ready");
   ASSERT_FALSE(ready.empty());
@@ -210,17 +134,17 @@ TEST(VirtualDevice, TheFloodWaitsUntilTheQueueIsEmptied) {
 }
 
 TEST(VirtualDevice, ComesBackUnderItsNameAfterAnUnplug) {
-  const PrivateFolder folder;
+  const test::PrivateRuntimeFolder folder;
   DeviceProcess device({"--flood", "20k", "--count", "10"});
   ASSERT_FALSE(device.line("ready").empty());
   Receiver first(device::PatternKind::kText);
   ASSERT_TRUE(first.connect(L"ttyV0"));
-  device.tell("vanish");
+  ASSERT_TRUE(device.tell("vanish"));
   EXPECT_TRUE(first.wait_until_lost());
   ASSERT_FALSE(device.line("vanished").empty());
   EXPECT_THAT(listed(), testing::Not(testing::Contains(kLabel)));
   EXPECT_FALSE(Receiver(device::PatternKind::kText).connect(L"ttyV0"));
-  device.tell("return");
+  ASSERT_TRUE(device.tell("return"));
   ASSERT_FALSE(device.line("ready").empty());
   Receiver second(device::PatternKind::kText);
   ASSERT_TRUE(second.connect(L"ttyV0"));
