@@ -39,7 +39,7 @@ std::string document(Shape shape) {
   std::mt19937 random(1);
   std::string text = "[";
   while (text.size() < kDocumentBytes)
-    text += (text.size() == 1 ? "" : ",") + element(shape, random);
+    text.append(text.size() == 1 ? "" : ",").append(element(shape, random));
   return text + "]";
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::wstring_view kProductName = L"HalvetricSerialTest";
 constexpr std::uintptr_t kDisplayTimer = 1;
-constexpr unsigned kDisplayTimerMilliseconds = 50;
+constexpr unsigned kDisplayTimerMilliseconds = DisplayPump::kTick.count();
 
 template <typename Strings>
 std::vector<std::wstring> entries_of(const Strings& strings) {
@@ -132,6 +132,7 @@ void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
     if (window_ && !window_->input_waiting()) pump_display();  // else the timer pumps
   } else if (message == kTimerMessage && first == kDisplayTimer) {
     tasks_.run_all();  // a post may have been refused
+    timer_suffices_ = false;
     pump_display();
   }
 }
@@ -413,7 +414,7 @@ void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady
 }
 
 void App::wake_display() {
-  if (display_wake_.exchange(true)) return;
+  if (timer_suffices_ || display_wake_.exchange(true)) return;
   MainWindow* const window = post_target_;
   if (!window || !window->post(kDisplayMessage)) display_wake_ = false;  // the next chunk tries again
 }
@@ -422,6 +423,7 @@ void App::pump_display() {
   if (!pump_) return;
   const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
   if (result.more) wake_display();
+  timer_suffices_ = result.trickles;
   if (result.shown) show_line_count();
   if (result.became_full) window_->set_status(words(TextId::display_full), StatusTone::error);
   if (result.lost_bytes == 0) return;

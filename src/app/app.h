@@ -120,6 +120,7 @@ class App final : public WindowEvents {
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};
+  std::atomic<bool> timer_suffices_{false};          // until the next one, what arrives needs no wake
   std::atomic<MainWindow*> post_target_{nullptr};    // window_, for the worker threads
   Guarded<std::optional<SerialStatus>> new_status_;  // waits for the interface thread, the latest only
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.

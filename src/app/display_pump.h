@@ -29,6 +29,7 @@ namespace hvt {
 class DisplayPump {
  public:
   static constexpr std::chrono::milliseconds kSlice{8};
+  static constexpr std::chrono::milliseconds kTick{50};  // how often run() is called anyway
   static constexpr std::uint64_t kFirstCapacity = 1u << 20;
 
   using Clock = std::function<std::chrono::steady_clock::time_point()>;
@@ -36,6 +37,7 @@ class DisplayPump {
 
   struct Result {
     bool more = false;             // material is left: run again
+    bool trickles = false;         // so little comes that the next kTick is soon enough for it
     bool shown = false;            // the view shows something new: its line count may be another one
     bool became_full = false;      // from now on nothing is shown until clear()
     std::uint64_t lost_bytes = 0;  // received bytes that the inbox could not keep, since the last run
@@ -72,6 +74,7 @@ class DisplayPump {
   bool can_show() const;
   void show_until(Time end);
   void trim();
+  bool trickles(Time now);
 
   Inbox& inbox_;
   ReceiveView& view_;
@@ -89,6 +92,8 @@ class DisplayPump {
   bool became_full_ = false;  // in this run
   DisplayHistory history_;
   UpdatePace pace_;
+  std::uint64_t received_bytes_ = 0;  // formatted or skipped since last_run_
+  Time last_run_{};
   bool paused_ = false;
 };
 

@@ -8,7 +8,10 @@ UpdatePace::Due UpdatePace::changed(Time now, Backlog backlog) {
   last_change_ = now;
   held_back_ = {true, true};
   Due due{now - last_scroll_ >= kScroll, now - last_repaint_ >= kRepaint};
-  if (backlog == Backlog::none && may_show_at_once(now)) due = {true, true};
+  if (backlog == Backlog::none && !holds_back(now)) {
+    next_at_once_ = std::max(next_at_once_, now) + kScroll;
+    due = {true, true};
+  }
   note(now, due);
   return due;
 }
@@ -19,12 +22,6 @@ UpdatePace::Due UpdatePace::idle(Time now) {
   const Due due{held_back_.scroll, held_back_.scroll || held_back_.repaint};
   note(now, due);
   return due;
-}
-
-bool UpdatePace::may_show_at_once(Time now) {
-  if (next_at_once_ - now > (kAtOnce - 1) * kRepaint) return false;
-  next_at_once_ = std::max(next_at_once_, now) + kRepaint;
-  return true;
 }
 
 void UpdatePace::note(Time now, Due due) {

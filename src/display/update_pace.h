@@ -9,7 +9,7 @@ namespace hvt {
 //
 // Promises  during a burst a scroll every kScroll and a repaint every kRepaint at most; the last change of a
 //           burst is shown at once. A line that trickles without a pause would make every change the last of
-//           a burst, so only kAtOnce of them are, and one more each kRepaint; one that was held back is due
+//           a burst, so only kAtOnce of them are, and one more each kScroll; one that was held back is due
 //           as soon as the line has been quiet for kQuiet.
 // Threads   one; the time is passed in.
 // Ends      as a plain value.
@@ -30,9 +30,10 @@ class UpdatePace {
   Due changed(Time now, Backlog backlog);
   // Nothing new came.
   Due idle(Time now);
+  // The last change of a burst would have to wait as well.
+  bool holds_back(Time now) const { return next_at_once_ - now > (kAtOnce - 1) * kScroll; }
 
  private:
-  bool may_show_at_once(Time now);
   void note(Time now, Due due);
 
   Time last_scroll_{-kScroll};

@@ -119,6 +119,25 @@ TEST(DisplayPump, ShowsTheEndOfABurstAtOnceAndLeavesNothingUnpainted) {
   EXPECT_EQ(updates.size(), done) << "nothing to do";
 }
 
+TEST(DisplayPump, LeavesATrickleToTheTimerAndNothingElse) {
+  Rig rig;
+  const auto trickles_after = [&](std::chrono::microseconds pause, std::size_t bytes) {
+    bool trickles = false;
+    for (int i = 0; i < 300; ++i) {
+      rig.now += pause;
+      rig.receive(bytes, 'a');
+      trickles = rig.run().trickles;
+    }
+    return trickles;
+  };
+  rig.receive(10, 'a');
+  EXPECT_FALSE(rig.run().trickles) << "the first bytes after a while";
+  EXPECT_TRUE(trickles_after(2ms, 300));
+  EXPECT_FALSE(trickles_after(100us, 4000)) << "in a tick as much as the queue holds";
+  EXPECT_TRUE(trickles_after(2ms, 300));
+  EXPECT_FALSE(trickles_after(1s, 300)) << "each is shown at once";
+}
+
 TEST(DisplayPump, KeepsTheLatestBytesOfEachKindWhileItFollows) {
   Rig rig;
   rig.options.labels = true;

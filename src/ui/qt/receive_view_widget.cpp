@@ -104,6 +104,8 @@ void ReceiveViewWidget::go_to_tail() {
   wanted_cell_.reset();
   set_selection(document_.end(), document_.end());
   scroll_to(tail_top());
+  // The button that asked for it is of no use now; the keyboard would go on to the next one, which clears.
+  setFocus();
 }
 
 // Outside of an update everything is shown at once.
