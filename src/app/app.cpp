@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::wstring_view kProductName = L"HalvetricSerialTest";
 constexpr std::uintptr_t kDisplayTimer = 1;
-constexpr unsigned kDisplayTimerMilliseconds = 50;
+constexpr unsigned kDisplayTimerMilliseconds = DisplayPump::kTick.count();
 
 // What a transmit field or a packet has to say about itself, in the words of the exception.
 std::wstring message_of(const std::exception& error) {
@@ -40,6 +40,7 @@ void App::attach(MainWindow& window) {
   window_ = &window;
   post_target_ = &window;
   pump_ = std::make_unique<DisplayPump>(inbox_, window.receive_view());
+  window.receive_view().on_navigated([this] { pause_display(); });
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
   const bool has_saved_size = load_settings();
   window.receive_view().set_language(facts_.language);
@@ -55,6 +56,7 @@ void App::attach(MainWindow& window) {
 
 void App::detach() {
   post_target_ = nullptr;
+  if (window_) window_->receive_view().on_navigated({});
   pump_.reset();
   window_ = nullptr;
 }
@@ -71,6 +73,7 @@ void App::command(ControlId id) {
     case ControlId::hide_crlf: return toggle(&Facts::hide_crlf);
     case ControlId::echo_sent: return toggle(&Facts::echo_sent);
     case ControlId::clear: return clear_display(true);
+    case ControlId::follow: return follow_display();
     case ControlId::transmit: return fold_transmit();
     case ControlId::send_ascii: return set_send_format(false);
     case ControlId::send_hex: return set_send_format(true);
@@ -85,6 +88,7 @@ void App::command(ControlId id) {
 }
 
 void App::chosen(ControlId id) {
+  if (id == ControlId::buffer_size) return set_buffer_size(), save_settings();
   if (id != ControlId::port) return;  // the line settings are read when connecting
   if (const auto row = window_->selected_choice(id)) ports_.choose(*row);
 }
@@ -99,12 +103,14 @@ void App::edited(ControlId id) {
 void App::resized(Size client) {
   client_ = client;
   relayout();
+  show_line_count();
 }
 
 void App::metrics_changed() {
   if (!window_) return;
   metrics_ = window_->measure();
   relayout();
+  show_line_count();
 }
 
 Size App::minimum_client_size(int proposed_width) {
@@ -125,6 +131,7 @@ void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
     if (window_ && !window_->input_waiting()) pump_display();  // else the timer pumps
   } else if (message == kTimerMessage && first == kDisplayTimer) {
     tasks_.run_all();  // a post may have been refused
+    timer_suffices_ = false;
     pump_display();
   }
 }
@@ -396,6 +403,7 @@ bool App::load_settings() {
   }
   settings_ = loaded.settings;
   binding_.show(settings_, *window_, facts_);
+  set_buffer_size();
   return loaded.has_saved_window_size;
 }
 
@@ -473,7 +481,7 @@ void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady
 }
 
 void App::wake_display() {
-  if (display_wake_.exchange(true)) return;
+  if (timer_suffices_ || display_wake_.exchange(true)) return;
   MainWindow* const window = post_target_;
   if (!window || !window->post(kDisplayMessage)) display_wake_ = false;  // the next chunk tries again
 }
@@ -482,6 +490,9 @@ void App::pump_display() {
   if (!pump_) return;
   const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
   if (result.more) wake_display();
+  timer_suffices_ = result.trickles;
+  if (result.shown) show_line_count();
+  if (result.became_full) window_->set_status(words(TextId::display_full), StatusTone::error);
   if (result.lost_bytes == 0) return;
   lost_bytes_ += result.lost_bytes;
   window_->set_status(receive_loss_text(lost_bytes_, facts_.language), StatusTone::error);
@@ -495,12 +506,43 @@ void App::clear_display(bool undisturbed) {
       inbox_.clear();
       cancel_waits(turn, std::chrono::steady_clock::now());
     }
+    if (pump_->full()) show_status(words(TextId::status_ready));  // what it said is over
     pump_->clear();
     lost_bytes_ = 0;
+    facts_.paused = false;
+    update_controls();
+    show_line_count();
   };
   if (!undisturbed) return clear();
   serial_.while_undisturbed(clear);
+}
+
+void App::pause_display() {
+  if (facts_.paused) return;
+  pump_->pause();
+  facts_.paused = true;
   update_controls();
+}
+
+void App::follow_display() {
+  pump_->follow();
+  facts_.paused = false;
+  update_controls();
+  pump_display();
+  show_line_count();
+}
+
+void App::set_buffer_size() {
+  pump_->set_capacity(buffer_bytes(window_->selected_choice(ControlId::buffer_size).value_or(0)));
+  show_line_count();
+}
+
+void App::show_line_count() {
+  if (!window_) return;
+  std::wstring text = line_count_text(window_->receive_view().line_count(), facts_.language);
+  if (text == line_count_) return;
+  line_count_ = std::move(text);
+  window_->set_counter(ControlId::line_count, line_count_);
 }
 
 DisplayOptions App::display_options() const {
@@ -514,6 +556,10 @@ DisplayOptions App::display_options() const {
 void App::set_display_format(bool hex) {
   facts_.receive_hex = hex;
   update_controls();
+  if (!hex || !is_high_speed(binding_.chosen_text(*window_, ControlId::baud)) ||
+      std::exchange(told_about_high_speed_, true))
+    return;
+  window_->show_notice(kProductName, words(TextId::high_speed_hex));
 }
 
 void App::set_send_format(bool hex) {

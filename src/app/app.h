@@ -103,6 +103,10 @@ class App final : public WindowEvents {
   DisplayOptions display_options() const;
   void wake_display();
   void pump_display();
+  void pause_display();
+  void follow_display();
+  void show_line_count();
+  void set_buffer_size();
   void set_display_format(bool hex);
   void set_send_format(bool hex);
   void fold_transmit();
@@ -129,11 +133,14 @@ class App final : public WindowEvents {
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};
+  std::atomic<bool> timer_suffices_{false};          // until the next one, what arrives needs no wake
   std::atomic<MainWindow*> post_target_{nullptr};    // window_, for the worker threads
   Guarded<std::optional<SerialStatus>> new_status_;  // waits for the interface thread, the latest only
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
   std::atomic<std::uint64_t> attempt_{0};
   std::uint64_t lost_bytes_ = 0;
+  std::wstring line_count_;             // as shown
+  bool told_about_high_speed_ = false;  // once per run of the program
   bool closed_ = false;
 
   Inbox inbox_;

@@ -14,20 +14,47 @@ constexpr std::size_t kPieceBytes = 1024;
 
 }  // namespace
 
+DisplayPump::DisplayPump(Inbox& inbox, ReceiveView& view, Clock clock)
+    : inbox_(inbox), view_(view), clock_(std::move(clock)) {}
+
+// Formatting goes first, because others wait for the text, but leaves the view its half of the slice.
 DisplayPump::Result DisplayPump::run(const DisplayOptions& options, Language language) {
-  if (!fetch()) return {false, std::exchange(lost_bytes_, 0)};
-  const auto end = std::chrono::steady_clock::now() + kSlice;
-  const bool follow = view_.at_tail();
-  bool more = true;
-  view_.begin_update();
-  do {
-    more = next_piece(options, language);
-  } while (more && std::chrono::steady_clock::now() < end);
-  view_.end_update(follow);
-  return {more, std::exchange(lost_bytes_, 0)};
+  const Time start = clock_();
+  became_full_ = false;
+  format_until(start + kSlice / 2, options, language);
+  const bool changed = can_show();
+  if (changed) show_until(start + kSlice);
+  format_until(start + kSlice, options, language);
+
+  Result result;
+  result.more = can_show() || fetch();
+  const Time now = clock_();
+  const auto backlog = result.more ? UpdatePace::Backlog::waits : UpdatePace::Backlog::none;
+  const UpdatePace::Due due = changed ? pace_.changed(now, backlog) : pace_.idle(now);
+  if (!changed && due.repaint) view_.begin_update();
+  if (changed || due.repaint)
+    view_.end_update({.follow = !paused_, .scroll = due.scroll, .repaint = due.repaint});
+  result.trickles = !result.more && trickles(now);
+  result.shown = due.repaint;
+  result.became_full = became_full_;
+  result.lost_bytes = std::exchange(lost_bytes_, 0);
+  return result;
 }
 
-// True when there is something to show.
+// A line that trickles wakes us up to a thousand times a second for a few bytes that are not shown at once
+// anyway; serving each of them took 4 % of a processor at 150,000 bytes per second (benchmark flood). What
+// comes until the next tick must be far from filling the queue.
+bool DisplayPump::trickles(Time now) {
+  constexpr std::uint64_t kFewBytes = kFirstCapacity / 4;
+  const auto elapsed = std::chrono::duration<double>(now - std::exchange(last_run_, now));
+  const auto bytes = static_cast<double>(std::exchange(received_bytes_, 0));
+  return pace_.holds_back(now) && bytes * std::chrono::duration<double>(kTick).count() <=
+                                      static_cast<double>(kFewBytes) * elapsed.count();
+}
+
+// Formatting
+
+// True when there is something to format.
 bool DisplayPump::fetch() {
   if (next_event_ < batch_.events.size()) return true;
   inbox_.take(batch_);
@@ -36,8 +63,18 @@ bool DisplayPump::fetch() {
   return !batch_.events.empty();
 }
 
-// Shows one event, or received bytes from as many chunks as fit a piece. False when nothing is left.
-bool DisplayPump::next_piece(const DisplayOptions& options, Language language) {
+void DisplayPump::format_until(Time end, const DisplayOptions& options, Language language) {
+  while (fetch() && clock_() < end) {
+    if (queue_.full() && !hook_) {
+      skip_fetched();
+    } else {
+      format_piece(options, language);
+    }
+  }
+}
+
+// One event, or received bytes from as many chunks as fit a piece.
+void DisplayPump::format_piece(const DisplayOptions& options, Language language) {
   text_.clear();
   const InboxEvent& event = batch_.events[next_event_];
   if (event.kind == InboxEvent::Kind::received) {
@@ -47,8 +84,11 @@ bool DisplayPump::next_piece(const DisplayOptions& options, Language language) {
     next_byte_ += event.size;
     ++next_event_;
   }
-  show_text();
-  return fetch();
+  if (hook_ && text_.characters() > 0) hook_(text_);
+  if (queue_.add(text_) == DisplayQueue::Outcome::became_full) {
+    became_full_ = true;
+    line_ = {};
+  }
 }
 
 void DisplayPump::format_received(const DisplayOptions& options) {
@@ -63,6 +103,7 @@ void DisplayPump::format_received(const DisplayOptions& options) {
   }
   format_rx(std::span(batch_.bytes).subspan(next_byte_, size), options, line_, text_);
   next_byte_ += size;
+  received_bytes_ += size;
 }
 
 void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& options, Language language) {
@@ -81,12 +122,57 @@ void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& op
   }
 }
 
-void DisplayPump::show_text() {
-  const std::size_t formatted = text_.characters();
-  if (formatted == 0 && text_.raw_rx_bytes == 0) return;
-  const std::size_t characters = formatted == 0 ? 0 : view_.append(text_);
-  history_.add({text_.raw_rx_bytes, characters, text_.auxiliary_bytes});
-  if (const std::size_t expired = history_.expire(kCapacityBytes)) view_.trim_head(expired);
+// Everything fetched is counted as if it had been formatted and found the display full.
+void DisplayPump::skip_fetched() {
+  for (; next_event_ < batch_.events.size(); ++next_event_) {
+    const InboxEvent& event = batch_.events[next_event_];
+    if (event.kind == InboxEvent::Kind::received) queue_.drop(event.size - event_done_);
+    received_bytes_ += event.size - event_done_;
+    event_done_ = 0;
+  }
+}
+
+// Showing
+
+// A paused view keeps all it has, because a person may be reading any of it. So that it cannot grow for ever,
+// what exceeds the capacity by another one stays in the queue, whose overflow is told.
+bool DisplayPump::can_show() const {
+  return !queue_.empty() && !(paused_ && history_.bytes() >= 2 * capacity_);
+}
+
+// Opens an update of the view.
+void DisplayPump::show_until(Time end) {
+  view_.begin_update();
+  while (can_show() && clock_() < end) {
+    const DisplayBatch& chunk = queue_.front();
+    const std::size_t characters = chunk.characters() == 0 ? 0 : view_.append(chunk);
+    history_.add({chunk.raw_rx_bytes, characters, chunk.auxiliary_bytes});
+    queue_.pop();
+  }
+  if (!paused_) trim();
+}
+
+void DisplayPump::trim() {
+  history_.expire(capacity_, [this](std::size_t first, std::size_t count) {
+    first == 0 ? view_.trim_head(count) : view_.remove(first, count);
+  });
+}
+
+void DisplayPump::follow() {
+  paused_ = false;
+  view_.begin_update();
+  trim();
+  view_.end_update({.follow = true});
+  view_.go_to_tail();
+}
+
+void DisplayPump::set_capacity(std::uint64_t capacity) {
+  capacity_ = capacity;
+  queue_.set_capacity(capacity);
+  if (paused_) return;
+  view_.begin_update();
+  trim();
+  view_.end_update({.follow = true});
 }
 
 void DisplayPump::clear() {
@@ -94,7 +180,10 @@ void DisplayPump::clear() {
   next_event_ = next_byte_ = event_done_ = 0;
   lost_bytes_ = 0;
   line_ = {};
+  queue_.clear();
   history_.clear();
+  pace_ = {};
+  paused_ = false;
   view_.clear();
 }
 

@@ -4,55 +4,97 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 #include "app/inbox.h"
 #include "display/display_history.h"
+#include "display/display_queue.h"
 #include "display/formatter.h"
+#include "display/update_pace.h"
 #include "ui/receive_view.h"
 
 namespace hvt {
 
-// Brings what the inbox holds into the receive view, a time slice at a time.
+// Brings what the inbox holds into the receive view, a time slice at a time: formats it, keeps it in a queue,
+// and lets the view take it from there.
 //
-// Promises  everything is formatted once, in order; one run() ends soon after kSlice; the view keeps the last
-//           `kCapacityBytes` received bytes.
+// Promises  everything is formatted once, in order, and offered to the text hook before anything else; one
+//           run() ends soon after kSlice. Following, the view keeps the last `capacity` received bytes and as
+//           many of sent packets and statuses; paused, nothing in it changes but that text is added below,
+//           up to twice as many, and then the queue fills. Once that overflows, only Clear helps; what is
+//           thrown away is counted, and not even formatted when nobody else wants the text.
 // Threads   the interface thread.
-// Owns      the material in progress, the line state and the history.
+// Owns      the material in progress, the line state, the queue and the history.
 // Ends      with its owner; inbox and view outlive it.
 class DisplayPump {
  public:
   static constexpr std::chrono::milliseconds kSlice{8};
+  static constexpr std::chrono::milliseconds kTick{50};  // how often run() is called anyway
+  static constexpr std::uint64_t kFirstCapacity = 1u << 20;
 
-  DisplayPump(Inbox& inbox, ReceiveView& view) : inbox_(inbox), view_(view) {}
+  using Clock = std::function<std::chrono::steady_clock::time_point()>;
+  DisplayPump(Inbox& inbox, ReceiveView& view, Clock clock = std::chrono::steady_clock::now);
 
   struct Result {
     bool more = false;             // material is left: run again
+    bool trickles = false;         // so little comes that the next kTick is soon enough for it
+    bool shown = false;            // the view shows something new: its line count may be another one
+    bool became_full = false;      // from now on nothing is shown until clear()
     std::uint64_t lost_bytes = 0;  // received bytes that the inbox could not keep, since the last run
   };
   Result run(const DisplayOptions& options, Language language);
 
-  // Drops the material in progress and everything shown; the inbox is cleared by its owner.
+  // Gets every text, with the received bytes it stands for, as it is formatted; empty for nobody.
+  using TextHook = std::function<void(const DisplayBatch& text)>;
+  void on_text(TextHook hook) { hook_ = std::move(hook); }
+
+  // The view stays where it is until follow(), whatever arrives. Both may be called twice.
+  void pause() { paused_ = true; }
+  void follow();
+  bool paused() const { return paused_; }
+
+  // Received bytes kept in the view; fewer take effect at once, paused with follow().
+  void set_capacity(std::uint64_t capacity);
+  // Nothing is shown until clear(); this many received bytes were thrown away.
+  bool full() const { return queue_.full(); }
+  std::uint64_t dropped_bytes() const { return queue_.dropped_bytes(); }
+
+  // Drops the material in progress and everything shown, and follows; the inbox is cleared by its owner.
   void clear();
 
  private:
-  bool next_piece(const DisplayOptions& options, Language language);
+  using Time = std::chrono::steady_clock::time_point;
+
+  bool fetch();
+  void format_until(Time end, const DisplayOptions& options, Language language);
+  void format_piece(const DisplayOptions& options, Language language);
   void format_received(const DisplayOptions& options);
   void format_event(const InboxEvent& event, const DisplayOptions& options, Language language);
-  bool fetch();
-  void show_text();
-
-  static constexpr std::uint64_t kCapacityBytes = 1u << 20;  // received bytes kept in the view
+  void skip_fetched();
+  bool can_show() const;
+  void show_until(Time end);
+  void trim();
+  bool trickles(Time now);
 
   Inbox& inbox_;
   ReceiveView& view_;
+  const Clock clock_;
+  TextHook hook_;
   InboxBatch batch_;
   std::size_t next_event_ = 0;
   std::size_t next_byte_ = 0;
-  std::size_t event_done_ = 0;  // bytes of the event at next_event_ that are shown already
+  std::size_t event_done_ = 0;  // bytes of the event at next_event_ that are formatted already
   std::uint64_t lost_bytes_ = 0;
-  DisplayBatch text_;  // the piece being shown; its memory serves them all
+  DisplayBatch text_;  // the piece being formatted; its memory serves them all
   DisplayLineState line_;
+  std::uint64_t capacity_ = kFirstCapacity;
+  DisplayQueue queue_{kFirstCapacity};
+  bool became_full_ = false;  // in this run
   DisplayHistory history_;
+  UpdatePace pace_;
+  std::uint64_t received_bytes_ = 0;  // formatted or skipped since last_run_
+  Time last_run_{};
+  bool paused_ = false;
 };
 
 }  // namespace hvt

@@ -88,6 +88,9 @@ void SettingsBinding::show(const AppSettings& settings, MainWindow& window, Fact
     window.set_field_text(packet_field(i), settings.send_items[i], 0);
   const std::vector<std::wstring> seconds(kTimeoutSeconds.begin(), kTimeoutSeconds.end());
   window.set_choices(ControlId::timeout, seconds, timeout_row(settings.connection_timeout_seconds), {});
+  const std::vector<std::wstring> sizes(kBufferSizes.begin(), kBufferSizes.end());
+  window.set_choices(ControlId::buffer_size, sizes,
+                     static_cast<std::size_t>(settings.receive_buffer_size_mb) - 1, {});
   for (const ChoiceRow& row : kChoices) {
     const std::wstring& saved = settings.*row.setting;
     window.set_choices(row.choice, entries(row, saved, facts.language), row_of(row, saved), {});
@@ -110,6 +113,8 @@ void SettingsBinding::gather(const MainWindow& window, const Facts& facts, AppSe
     settings.send_items[i] = window.field_text(packet_field(i));
   if (const auto row = window.selected_choice(ControlId::timeout))
     settings.connection_timeout_seconds = std::stoi(std::wstring(kTimeoutSeconds[*row]));
+  if (const auto row = window.selected_choice(ControlId::buffer_size))
+    settings.receive_buffer_size_mb = static_cast<std::int32_t>(*row) + 1;
   for (const ChoiceRow& row : kChoices)
     settings.*row.setting = chosen_text(window, row.choice);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "base/text.h"
 
@@ -113,6 +114,41 @@ void ReceiveDocument::Chunk::drop_head(std::size_t units) {
     run = packed_run(std::max(run_begin(run), units) - units, run_role(run));
 }
 
+void ReceiveDocument::Chunk::erase(std::size_t from, std::size_t to) {
+  if (wide.empty()) {
+    narrow.erase(from, to - from);
+  } else {
+    wide.erase(from, to - from);
+  }
+  std::vector<std::uint16_t> kept;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const std::size_t end = i + 1 < runs.size() ? run_begin(runs[i + 1]) : size() + (to - from);
+    const auto moved = [&](std::size_t unit) {
+      return unit <= from ? unit : std::max(unit, to) - (to - from);
+    };
+    const ColorRole role = run_role(runs[i]);
+    if (moved(run_begin(runs[i])) == moved(end)) continue;
+    if (kept.empty() || run_role(kept.back()) != role)
+      kept.push_back(packed_run(moved(run_begin(runs[i])), role));
+  }
+  runs = std::move(kept);
+}
+
+void ReceiveDocument::Chunk::take_over(Chunk&& next) {
+  const std::size_t before = size();
+  if (wide.empty() && next.wide.empty()) {
+    narrow += next.narrow;
+  } else {
+    if (wide.empty()) widen();
+    wide.append(next.narrow.begin(), next.narrow.end());
+    wide += next.wide;
+  }
+  for (const std::uint16_t run : next.runs) {
+    if (run_role(run) != run_role(runs.back()))
+      runs.push_back(packed_run(before + run_begin(run), run_role(run)));
+  }
+}
+
 // Appending and removing
 
 std::size_t ReceiveDocument::append(const DisplayBatch& batch) {
@@ -164,6 +200,60 @@ void ReceiveDocument::trim_head(std::size_t units) {
   const Chunk& chunk = chunks_.front();
   const auto offset = static_cast<std::size_t>(first_ - chunk.begin);
   head_ = settle(advance(chunk.start, chunk, 0, offset), chunk.unit(offset));
+}
+
+void ReceiveDocument::remove(Range range) {
+  range = clamped(range);
+  if (range.empty()) return;
+  if (range.begin == first_) return trim_head(static_cast<std::size_t>(range.end - range.begin));
+  const std::size_t first = chunk_at(range.begin);
+  Position position = chunks_[first].begin;
+  std::size_t behind = first;
+  auto from = static_cast<std::size_t>(range.begin - position);
+  for (auto rest = static_cast<std::size_t>(range.end - range.begin); rest > 0; ++behind, from = 0) {
+    const std::size_t count = std::min(rest, chunks_[behind].size() - from);
+    chunks_[behind].erase(from, from + count);
+    rest -= count;
+  }
+  std::size_t untouched = chunks_.size() - behind;
+  const auto at = [this](std::size_t index) { return chunks_.begin() + static_cast<std::ptrdiff_t>(index); };
+  chunks_.erase(std::remove_if(at(first), at(behind), [](const Chunk& chunk) { return chunk.size() == 0; }),
+                at(behind));
+  for (std::size_t index = first; index < chunks_.size(); position = chunks_[index++].end())
+    chunks_[index].begin = position;
+  end_ -= range.end - range.begin;
+  if (join_with_next(first)) untouched = std::min(untouched, chunks_.size() - first - 1);
+  const std::size_t before = first > 0 ? first - 1 : 0;
+  if (first > 0 && join_with_next(before)) untouched = std::min(untouched, chunks_.size() - first);
+  wrap_again(before, chunks_.size() - untouched);
+}
+
+// True when the chunk took over the one behind it.
+bool ReceiveDocument::join_with_next(std::size_t index) {
+  if (index + 1 >= chunks_.size() || chunks_[index].size() + chunks_[index + 1].size() > kChunkUnits)
+    return false;
+  chunks_[index].take_over(std::move(chunks_[index + 1]));
+  chunks_.erase(chunks_.begin() + static_cast<std::ptrdiff_t>(index + 1));
+  return true;
+}
+
+// Wraps the chunks behind `index`, whose own start is right. As soon as one of the untouched chunks begins in
+// the column where it began before, only rows are counted anew from there on.
+void ReceiveDocument::wrap_again(std::size_t index, std::size_t first_untouched) {
+  Point point = chunks_[index].start;
+  for (; index < chunks_.size(); ++index) {
+    Chunk& chunk = chunks_[index];
+    if (index >= first_untouched && chunk.start.column == point.column) {
+      const Row less = chunk.start.row - point.row;
+      for (; index < chunks_.size(); ++index)
+        chunks_[index].start.row -= less;
+      tail_.row -= less;
+      return;
+    }
+    chunk.start = point;
+    point = advance(point, chunk, 0, chunk.size());
+  }
+  tail_ = point;
 }
 
 void ReceiveDocument::clear() {
@@ -321,6 +411,24 @@ void ReceiveDocument::visit(Range range, Visit&& visit_run) const {
       visit_run(chunk, std::max(from, run_begin(*run)), std::min(to, run_end), run_role(*run));
     }
   }
+}
+
+bool ReceiveDocument::has_line_break(const Chunk& chunk, std::size_t from, std::size_t to) {
+  if (chunk.wide.empty()) return std::memchr(chunk.narrow.data() + from, '\n', to - from) != nullptr;
+  return std::u16string_view(chunk.wide).substr(from, to - from).find(u'\n') != std::u16string_view::npos;
+}
+
+bool ReceiveDocument::on_one_line(Position one, Position other) const {
+  const Range range = clamped({std::min(one, other), std::max(one, other)});
+  if (range.empty()) return true;
+  for (std::size_t index = chunk_at(range.begin); index < chunks_.size(); ++index) {
+    const Chunk& chunk = chunks_[index];
+    if (chunk.begin >= range.end) break;
+    const auto from = static_cast<std::size_t>(std::max(range.begin, chunk.begin) - chunk.begin);
+    const auto to = static_cast<std::size_t>(std::min(range.end, chunk.end()) - chunk.begin);
+    if (has_line_break(chunk, from, to)) return false;
+  }
+  return true;
 }
 
 std::wstring ReceiveDocument::text(Range range) const {

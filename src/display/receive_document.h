@@ -16,17 +16,19 @@ namespace hvt {
 unsigned cell_width(wchar_t unit);
 
 // The text of the receive view: coloured, wrapped to a grid of cells, appended at the end, trimmed at the
-// start.
+// start, now and then removed from the middle.
 //
 // A position is the number of units that were appended before it since the last clear(), so trimming does not
 // move the positions of what remains; a unit is a UTF-16 unit, a line break is one L'\n'. Rows are numbered
 // in the same manner: they keep their numbers while text is appended or trimmed, and set_columns() with
 // another width numbers them anew. Text trimmed up to the middle of a row leaves the rest of that row as it
-// was wrapped.
+// was wrapped. Removing from the middle moves the positions and rows behind it, as if the text had never
+// come.
 //
 // Promises  appending and trimming cost the same however much is held and however long its lines are; finding
-//           a row or a position costs a binary search and a walk through at most one chunk. ASCII takes one
-//           byte per character.
+//           a row or a position costs a binary search and a walk through at most one chunk. Removing from the
+//           middle costs a walk through the line that is joined and a step per chunk behind it. ASCII takes
+//           one byte per character.
 // Threads   one at a time.
 // Owns      the text.
 // Ends      with the object.
@@ -47,6 +49,8 @@ class ReceiveDocument {
   std::size_t append(const DisplayBatch& batch);
   // Removes that many units from the start; more than there are clears the document.
   void trim_head(std::size_t units);
+  // What lies outside the document is left out.
+  void remove(Range range);
   void clear();
 
   // Wraps at `columns` cells (at least 1).
@@ -69,6 +73,9 @@ class ReceiveDocument {
   // The row that shows the unit at `position`; positions outside are moved to the nearest end.
   Row row_of(Position position) const;
 
+  // No line break lies between the two.
+  bool on_one_line(Position one, Position other) const;
+
   // What lies between two positions; the part outside the document is left out.
   std::wstring text(Range range) const;
   DisplayBatch runs(Range range) const;
@@ -85,7 +92,8 @@ class ReceiveDocument {
     std::size_t column = 0;
   };
 
-  // A stretch of text; only the first and the last one may be shorter than the others.
+  // A stretch of text of at most kChunkUnits, never empty; two neighbours of which neither is the first or
+  // the last hold more than that together.
   struct Chunk {
     Position begin = 0;
     Point start;                      // the point before unit 0
@@ -99,10 +107,14 @@ class ReceiveDocument {
     void widen();
     void add(std::wstring_view piece, ColorRole role);
     void drop_head(std::size_t units);
+    void erase(std::size_t from, std::size_t to);
+    void take_over(Chunk&& next);
   };
 
   void append_piece(std::wstring_view piece, ColorRole role);
   Chunk& open_chunk();
+  bool join_with_next(std::size_t index);
+  void wrap_again(std::size_t index, std::size_t first_untouched);
   Point advance(Point point, const Chunk& chunk, std::size_t from, std::size_t to) const;
   Point advance_cells(Point point, std::size_t cells) const;
   Point advance_unit(Point point, wchar_t unit) const;
@@ -113,6 +125,7 @@ class ReceiveDocument {
   Position row_end(Position begin, std::size_t column) const;
   std::size_t chunk_at(Position position) const;
   Range clamped(Range range) const;
+  static bool has_line_break(const Chunk& chunk, std::size_t from, std::size_t to);
   template <typename Visit>
   void visit(Range range, Visit&& visit_run) const;
   template <typename Predicate>

@@ -21,4 +21,22 @@ inline constexpr std::array<std::wstring_view, 5> kParityNames{L"None", L"Odd", 
                                                                L"Space"};  // as they are saved
 inline constexpr std::array<std::wstring_view, 3> kTimeoutSeconds{L"1", L"3", L"5"};
 
+inline constexpr std::array<std::wstring_view, 4> kBufferSizes{L"1MB", L"2MB", L"3MB", L"4MB"};
+// Received bytes that the view keeps with that entry chosen.
+constexpr std::uint64_t buffer_bytes(std::size_t entry) {
+  return (std::uint64_t{entry} + 1) << 20;
+}
+
+// A rate at which what is done for the eye takes time away from receiving. Anything but digits is none.
+constexpr bool is_high_speed(std::wstring_view baud) {
+  constexpr unsigned kFrom = 921'600;
+  constexpr unsigned kBeyondAll = 4'000'001;
+  unsigned value = 0;
+  for (const wchar_t digit : baud) {
+    if (digit < L'0' || digit > L'9') return false;
+    value = value >= kBeyondAll ? value : value * 10 + static_cast<unsigned>(digit - L'0');
+  }
+  return value >= kFrom;
+}
+
 }  // namespace hvt

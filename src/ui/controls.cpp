@@ -31,6 +31,10 @@ constexpr std::array<ControlRow, kControlCount> kControls{{
     {Id::line_break, Kind::check, receive, "line_break"},
     {Id::hide_crlf, Kind::check, receive, "hide_crlf"},
     {Id::echo_sent, Kind::check, receive, "echo_sent"},
+    {Id::buffer_size_label, Kind::label, receive, "buffer_size_label"},
+    {Id::buffer_size, Kind::choice, receive, "buffer_size"},
+    {Id::follow, Kind::button, receive, "follow"},
+    {Id::line_count, Kind::counter, receive, "line_count"},
     {Id::clear, Kind::button, receive, "clear"},
     {Id::receive_view, Kind::receive_view, receive, "receive_view"},
 

@@ -30,6 +30,10 @@ enum class ControlId : std::uint8_t {
   line_break,
   hide_crlf,
   echo_sent,
+  buffer_size_label,
+  buffer_size,
+  follow,
+  line_count,
   clear,
   receive_view,
   transmit,
@@ -82,8 +86,9 @@ constexpr std::size_t index_of(ControlId id) {
 }
 
 enum class ControlKind : std::uint8_t {
-  label,  // static text
-  title,  // static text heading a group
+  label,    // static text
+  title,    // static text heading a group
+  counter,  // static text that the program counts in, not a caption
   button,
   check,
   radio,        // consecutive radio rows of one group exclude each other

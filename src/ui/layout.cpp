@@ -29,7 +29,8 @@ constexpr int kUsualTextHeight = 16;
 constexpr int frame_width(ControlKind kind) {
   switch (kind) {
     case ControlKind::label:
-    case ControlKind::title: return 2;
+    case ControlKind::title:
+    case ControlKind::counter: return 2;
     case ControlKind::button: return 20;
     case ControlKind::check:
     case ControlKind::radio: return 22;
@@ -85,6 +86,10 @@ constexpr Item kReceiveItems[]{
     {ControlId::line_break},
     {ControlId::hide_crlf},
     {ControlId::echo_sent},
+    {ControlId::buffer_size_label},
+    {ControlId::buffer_size, Gap::label},
+    {ControlId::follow, Gap::group, 40},
+    {ControlId::line_count, Gap::near, 140},
     {ControlId::clear, Gap::group, 72, Spare::pushes_right},
 };
 constexpr Item kTransmitItems[]{
@@ -132,7 +137,7 @@ constexpr Item kFoldedRepeatItems[]{
 };
 
 constexpr std::size_t kConnectionBreaks[]{3};
-constexpr std::size_t kReceiveBreaks[]{3};
+constexpr std::size_t kReceiveBreaks[]{3, 6};
 constexpr std::size_t kRepeatBreaks[]{7, 8, 11};
 constexpr Row kConnectionRow{kConnectionItems, kConnectionBreaks};
 constexpr Row kReceiveRow{kReceiveItems, kReceiveBreaks};

@@ -103,10 +103,13 @@ class MainWindow {
   virtual std::optional<std::size_t> selected_choice(ControlId id) const = 0;
 
   virtual void set_status(std::wstring_view text, StatusTone tone) = 0;
+  // Text of a counter.
+  virtual void set_counter(ControlId id, std::wstring_view text) = 0;
+  // Tells something in a box of its own, to be clicked away. May return at once or only then; from closing()
+  // it returns only then. Events go on coming meanwhile.
+  virtual void show_notice(std::wstring_view title, std::wstring_view text) = 0;
   virtual ReceiveView& receive_view() = 0;
 
-  // A message that a person has to see. Returns when it was read; events come meanwhile.
-  virtual void show_notice(std::wstring_view title, std::wstring_view text) = 0;
   // Nothing when the dialog was cancelled. Events come meanwhile. Throws std::runtime_error "Could not open
   // the file dialog.".
   virtual std::optional<std::filesystem::path> ask_file(const FileQuestion& question) = 0;

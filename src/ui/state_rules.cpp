@@ -67,12 +67,17 @@ constexpr bool appends_crlf(const Facts& f) {
   return f.auto_crlf;
 }
 
+constexpr bool paused(const Facts& f) {
+  return f.paused;
+}
+
 // A hidden control is disabled too, whatever `enabled` says.
 struct Rule {
   TextId caption = TextId::none;
   Condition enabled = always;
   Condition visible = always;
   Condition checked = never;
+  TextId tip = TextId::none;
 };
 
 // The connection button is never disabled: its click connects, tells what is missing, cancels a running
@@ -102,7 +107,9 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
   set(ControlId::line_break, {.caption = TextId::line_break, .checked = breaks_lines});
   set(ControlId::hide_crlf, {.caption = TextId::hide_crlf, .enabled = receives_ascii, .checked = hides_crlf});
   set(ControlId::echo_sent, {.caption = TextId::echo_sent, .enabled = expanded, .checked = echoes_sent});
+  set(ControlId::buffer_size_label, {.caption = TextId::buffer_size});
   set(ControlId::clear, {.caption = TextId::clear});
+  set(ControlId::follow, {.caption = TextId::follow, .enabled = paused, .tip = TextId::follow_tip});
 
   const auto set_in_panel = [&set](ControlId id, TextId caption, Condition enabled = always,
                                    Condition checked = never) {
@@ -167,6 +174,7 @@ ControlStates rules(const Facts& facts) {
     state.enabled = state.visible && rule.enabled(facts);
     state.checked = rule.checked(facts);
     if (rule.caption != TextId::none) state.caption = text(rule.caption, facts.language);
+    if (rule.tip != TextId::none) state.tip = text(rule.tip, facts.language);
   }
   states[index_of(ControlId::connect)].caption = text(link_caption(facts.link), facts.language);
   states[index_of(ControlId::repeat)].caption = text(repeat_caption(facts.repeat), facts.language);

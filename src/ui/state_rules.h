@@ -26,6 +26,7 @@ struct Facts {
   bool auto_crlf = false;
   bool wait_for_rx = true;
   RepeatState repeat = RepeatState::idle;
+  bool paused = false;  // the receive view stays where a person went
   friend bool operator==(const Facts&, const Facts&) = default;
 };
 
@@ -33,7 +34,8 @@ struct ControlState {
   bool enabled = true;
   bool visible = true;
   bool checked = false;       // check and radio kinds
-  std::wstring_view caption;  // static texts; choices, fields and the status line carry their own text
+  std::wstring_view caption;  // static texts; choices, fields, counters and the status line carry their own
+  std::wstring_view tip{};    // shown when the pointer rests on it, and read out; empty for none
   friend bool operator==(const ControlState&, const ControlState&) = default;
 };
 using ControlStates = std::array<ControlState, kControlCount>;

@@ -63,7 +63,10 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::line_break, L"CR/LF Line Break", L"CR/LF 줄바꿈"),
     row(TextId::hide_crlf, L"Hide CR/LF", L"CR/LF 감추기"),
     row(TextId::echo_sent, L"Display sent data", L"송신 데이터 표시"),
+    row(TextId::buffer_size, L"Buffer Size", L"버퍼 크기"),
     row(TextId::clear, L"Clear", L"지우기"),
+    row(TextId::follow, L"▼▼"),
+    row(TextId::follow_tip, L"Follow latest received data", L"최신 수신 데이터 따라가기"),
     row(TextId::copy, L"Copy", L"복사"),
     row(TextId::select_all, L"Select all", L"모두 선택"),
 
@@ -98,6 +101,16 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::cleanup_pending,
         L"The previous connection attempt is still being cleaned up. Retry later or select another port.",
         L"이전 연결 시도를 아직 정리하고 있습니다. 잠시 후 다시 시도하거나 다른 포트를 선택하세요."),
+    row(TextId::display_full,
+        L"Receive display is full. Screen updates were paused; recording and serial reception continue. "
+        L"Clear the display to resume screen updates.",
+        L"수신 표시가 가득 차 화면 갱신을 중지했습니다. 기록과 시리얼 수신은 계속됩니다. "
+        L"화면을 다시 갱신하려면 지우기를 누르세요."),
+    row(TextId::high_speed_hex,
+        L"High-speed live Hex display is throttled to keep serial reception responsive. For reliable "
+        L"high-volume capture, use Record with Display while recording turned off.",
+        L"고속 실시간 Hex 표시는 시리얼 수신이 느려지지 않도록 제한됩니다. 대량의 데이터를 확실하게 "
+        L"저장하려면 기록 중 화면 표시를 끄고 기록을 사용하세요."),
 
     row(TextId::connecting_to, L"Connecting to {}", L"{}에 연결 중"),
     row(TextId::connected_to, L"Connected to {}", L"{}에 연결됨"),
@@ -105,6 +118,7 @@ constexpr std::array<TextRow, kTextCount> kTexts{
         L"시리얼 연결 시간이 {}초를 초과했습니다."),
     row(TextId::repeat_separator, L"-------------------- Repeat {}/{} --------------------",
         L"-------------------- 반복 {}/{}회 --------------------"),
+    row(TextId::line_count, L"Line Count : {}", L"줄 수 : {}"),
     row(TextId::receive_loss, L"Received bytes not shown because the program was stalled: {}",
         L"프로그램이 응답하지 않는 동안 표시하지 못한 수신 바이트: {}"),
     row(TextId::line_error, L"RX error: {}", L"RX 오류: {}"),
@@ -380,6 +394,10 @@ std::wstring connect_timed_out_text(int seconds, Language language) {
 std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, Language language) {
   return fill(text(TextId::repeat_separator, language),
               {std::to_wstring(iteration), std::to_wstring(repeat_count)});
+}
+
+std::wstring line_count_text(std::size_t lines, Language language) {
+  return fill(TextId::line_count, std::to_wstring(lines), language);
 }
 
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language) {

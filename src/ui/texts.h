@@ -32,7 +32,10 @@ enum class TextId {
   line_break,
   hide_crlf,
   echo_sent,
+  buffer_size,
   clear,
+  follow,
+  follow_tip,
   copy,
   select_all,
   transmit,
@@ -62,11 +65,14 @@ enum class TextId {
   select_port_first,
   connect_first,
   cleanup_pending,
+  display_full,
+  high_speed_hex,
   // With a value inside: the functions below fill them in.
   connecting_to,
   connected_to,
   connect_timed_out,
   repeat_separator,
+  line_count,
   receive_loss,
   line_error,
   line_error_overflow,
@@ -86,6 +92,8 @@ std::wstring connected_to_text(std::wstring_view port, std::wstring_view notice,
 std::wstring connect_timed_out_text(int seconds, Language language);
 // The line between the iterations of a repeat run.
 std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, Language language);
+// Display lines of the receive view.
+std::wstring line_count_text(std::size_t lines, Language language);
 // Received bytes that were dropped unseen while the program was stalled.
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language);
 // Short status line for communication error bits (serial/serial_status.h) and how often they were seen, for

@@ -18,6 +18,7 @@
 #include "tests/support/latch.h"
 #include "tests/support/recording_window.h"
 #include "tests/support/scripted_transport.h"
+#include "ui/choices.h"
 
 namespace hvt {
 namespace {
@@ -640,6 +641,101 @@ TEST(App, ADirectWriteIsShownOrTellsWhyNot) {
   ASSERT_TRUE(program.shows(L"[TX] A\r\n[TX] D"));
   program.device->feed({'x'});  // an answer to neither
   EXPECT_TRUE(program.shows(L"[TX] A\r\n[TX] D\r\n[RX] x"));
+}
+
+TEST(App, AViewThatAPersonScrollsIsPausedUntilItIsToldToFollow) {
+  Program program;
+  const auto now = std::chrono::steady_clock::now();
+  const auto& view = program.window.receive_view();
+  const auto follow_button = [&] { return program.window.state(ControlId::follow); };
+  program.app.on_receive({'a'}, now);
+  program.window.tick();
+  EXPECT_TRUE(view.updates().back().follow);
+  EXPECT_FALSE(follow_button().enabled);
+  program.window.receive_view().navigate();
+  EXPECT_TRUE(follow_button().enabled);
+  EXPECT_EQ(follow_button().tip, L"Follow latest received data");
+  program.app.on_receive({'b'}, now);
+  program.window.tick();
+  EXPECT_FALSE(view.updates().back().follow);
+  EXPECT_EQ(program.window.shown(), L"ab");
+  program.app.command(ControlId::follow);
+  EXPECT_FALSE(follow_button().enabled);
+  EXPECT_TRUE(view.updates().back().follow);
+  program.window.receive_view().navigate();
+  program.app.command(ControlId::clear);
+  EXPECT_FALSE(follow_button().enabled);
+  program.app.on_receive({'c'}, now);
+  program.window.tick();
+  EXPECT_TRUE(view.updates().back().follow);
+}
+
+TEST(App, TheLineCountIsTheViewsAndZeroAfterAClear) {
+  Program program;
+  const auto count = [&] { return program.window.counter(ControlId::line_count); };
+  EXPECT_EQ(count(), L"Line Count : 0");
+  program.app.command(ControlId::line_break);
+  program.app.on_receive({'a', '\n', 'b'}, std::chrono::steady_clock::now());
+  program.window.tick();
+  EXPECT_EQ(count(), L"Line Count : 2");
+  program.app.on_receive({'c'}, std::chrono::steady_clock::now());  // still on its way
+  program.app.command(ControlId::clear);
+  EXPECT_EQ(count(), L"Line Count : 0");
+  program.window.tick();
+  EXPECT_EQ(count(), L"Line Count : 0");
+}
+
+TEST(App, AFullDisplayIsToldAndEndsWithAClear) {
+  Program program;
+  program.window.receive_view().navigate();  // a paused view fills
+  const std::vector<std::uint8_t> chunk(1 << 20, 'x');
+  for (int i = 0; i < 4; ++i) {
+    program.app.on_receive(chunk, std::chrono::steady_clock::now());
+    for (int runs = 0; runs < 100; ++runs)
+      program.window.tick();
+  }
+  EXPECT_TRUE(program.window.status().starts_with(L"Receive display is full. Screen updates were paused;"));
+  EXPECT_EQ(program.window.tone(), StatusTone::error);
+  program.app.command(ControlId::clear);
+  EXPECT_EQ(program.window.tone(), StatusTone::plain);
+  program.app.on_receive({'y'}, std::chrono::steady_clock::now());
+  program.window.tick();
+  EXPECT_EQ(program.window.shown(), L"y");
+}
+
+TEST(App, ASmallerBufferTakesEffectAtOnce) {
+  Program program;
+  EXPECT_EQ(program.window.choice(ControlId::buffer_size).entries,
+            (std::vector<std::wstring>{L"1MB", L"2MB", L"3MB", L"4MB"}));
+  EXPECT_EQ(program.window.choice(ControlId::buffer_size).selected, 0u);
+  program.window.choose(ControlId::buffer_size, 3);
+  for (int i = 0; i < 6; ++i) {
+    program.app.on_receive(std::vector<std::uint8_t>(1 << 19, 'x'), std::chrono::steady_clock::now());
+    for (int runs = 0; runs < 100; ++runs)
+      program.window.tick();
+  }
+  EXPECT_EQ(program.window.shown().size(), 6u << 19);
+  program.window.choose(ControlId::buffer_size, 1);
+  EXPECT_EQ(program.window.shown().size(), 4u << 19);
+}
+
+TEST(App, HexAtHighSpeedIsToldToBeThrottledOncePerRun) {
+  for (const bool fast : {false, true}) {
+    Program program;
+    program.window.choose(ControlId::baud, fast ? 11 : 10);  // 921600, 460800
+    for (int i = 0; i < 2; ++i) {
+      program.app.command(ControlId::receive_hex);
+      program.app.command(ControlId::receive_ascii);
+    }
+    ASSERT_EQ(program.window.notices().size(), fast ? 1u : 0u);
+    if (!fast) continue;
+    EXPECT_EQ(program.window.notices()[0].first, L"HalvetricSerialTest");
+    EXPECT_TRUE(program.window.notices()[0].second.starts_with(L"High-speed live Hex display is throttled"));
+  }
+  for (const wchar_t* const text : {L"", L"921599", L"+921600", L"921600 ", L"9216OO"})
+    EXPECT_FALSE(is_high_speed(text)) << text;
+  for (const wchar_t* const text : {L"921600", L"1500000", L"0921600", L"99999999999999999999"})
+    EXPECT_TRUE(is_high_speed(text)) << text;
 }
 
 TEST(App, HexInputIsSpacedWhileTyping) {

@@ -126,7 +126,7 @@ TEST(Settings, ADamagedFileIsLeftAloneUntilTheNextSave) {
   {
     Session run(folder);
     EXPECT_EQ(run.window.field_text(ControlId::repeat_count), L"3");
-    EXPECT_TRUE(run.window.notices.empty());
+    EXPECT_TRUE(run.window.notices().empty());
     EXPECT_EQ(file_text(settings_path(folder.path())), "{ broken");
   }
   AppSettings expected;
@@ -140,8 +140,8 @@ TEST(Settings, AFailedSaveIsToldAndTheProgramCloses) {
   test::write_file(folder.path() / "config", "in the way");
   Session run(folder);
   run.app.closing();
-  ASSERT_EQ(run.window.notices.size(), 1u);
-  EXPECT_TRUE(run.window.notices[0].starts_with(L"Could not save settings.\n"));
+  ASSERT_EQ(run.window.notices().size(), 1u);
+  EXPECT_TRUE(run.window.notices()[0].second.starts_with(L"Could not save settings.\n"));
 }
 
 TEST(Presets, AreSavedAndLoadedAndAFailureChangesNoRow) {

@@ -51,6 +51,15 @@ class Model {
     if (text_.empty()) phase_ = 0;
   }
 
+  void remove(std::size_t first, std::size_t count) {
+    if (first == 0) return trim_head(count);
+    first = std::min(first, text_.size());
+    count = std::min(count, text_.size() - first);
+    text_.erase(first, count);
+    const auto role = roles_.begin() + static_cast<std::ptrdiff_t>(first);
+    roles_.erase(role, role + static_cast<std::ptrdiff_t>(count));
+  }
+
   void set_columns(std::size_t columns) {
     if (columns != columns_) phase_ = 0;
     columns_ = columns;
@@ -169,7 +178,7 @@ TEST(ReceiveDocument, equals_a_plain_string_under_random_operations) {
       ReceiveDocument document;
       Model model(document.columns());
       for (int step = 0; step < 48; ++step) {
-        switch (random.number(0, 5)) {
+        switch (random.number(0, 6)) {
           case 0: {
             const std::size_t units = random.number(0, 5 * one.longest_batch);
             document.trim_head(units);
@@ -180,6 +189,13 @@ TEST(ReceiveDocument, equals_a_plain_string_under_random_operations) {
             const std::size_t columns = random.number(1, 90);
             document.set_columns(columns);
             model.set_columns(columns);
+            break;
+          }
+          case 2: {
+            const std::size_t first = random.number(0, model.text().size() + 3);
+            const std::size_t count = random.number(0, 3 * one.longest_batch);
+            document.remove({document.first() + first, document.first() + first + count});
+            model.remove(first, count);
             break;
           }
           default: {

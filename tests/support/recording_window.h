@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -15,22 +17,41 @@ namespace hvt::test {
 // A receive view that keeps plain text.
 class PlainReceiveView final : public ReceiveView {
  public:
-  void begin_update() override {}
-  void end_update(bool) override {}
+  void begin_update() override { ++open_updates_; }
+  void end_update(const ViewUpdate& update) override {
+    --open_updates_;
+    updates_.push_back(update);
+  }
   std::size_t append(const DisplayBatch& batch) override {
     text_ += batch.text();
     return batch.characters();
   }
   void trim_head(std::size_t characters) override { text_.erase(0, characters); }
+  void remove(std::size_t first, std::size_t count) override { text_.erase(first, count); }
   void clear() override { text_.clear(); }
-  bool at_tail() const override { return true; }
-  std::size_t line_count() const override { return text_.empty() ? 0 : 1; }
+  void go_to_tail() override { ++went_to_tail_; }
+  void on_navigated(std::function<void()> navigated) override { navigated_ = std::move(navigated); }
+  std::size_t line_count() const override {
+    if (text_.empty()) return 0;
+    return 1 + static_cast<std::size_t>(std::count(text_.begin(), text_.end(), L'\n'));
+  }
+  void set_appearance(Appearance) override {}
   void set_language(Language) override {}
 
+  // The person.
+  void navigate() { navigated_(); }
+
   const std::wstring& text() const { return text_; }
+  const std::vector<ViewUpdate>& updates() const { return updates_; }
+  bool updating() const { return open_updates_ > 0; }
+  int went_to_tail() const { return went_to_tail_; }
 
  private:
   std::wstring text_;
+  std::function<void()> navigated_;
+  std::vector<ViewUpdate> updates_;
+  int open_updates_ = 0;
+  int went_to_tail_ = 0;
 };
 
 // A window without a screen: remembers what it was told and lets the test play the person.
@@ -65,10 +86,13 @@ class RecordingWindow final : public MainWindow {
     return found == choices_.end() ? std::nullopt : found->second.selected;
   }
   void set_status(std::wstring_view text, StatusTone tone) override { status_ = {std::wstring(text), tone}; }
-  ReceiveView& receive_view() override { return view_; }
+  void set_counter(ControlId id, std::wstring_view text) override { counters_[id] = text; }
+  void show_notice(std::wstring_view title, std::wstring_view text) override {
+    notices_.push_back({std::wstring(title), std::wstring(text)});
+  }
+  PlainReceiveView& receive_view() override { return view_; }
   void set_place(const WindowPlace& place) override { place_ = place; }
   WindowPlace current_place() const override { return place_; }
-  void show_notice(std::wstring_view, std::wstring_view text) override { notices.emplace_back(text); }
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override {
     asked.push_back(question);
     return chosen_file;
@@ -115,13 +139,14 @@ class RecordingWindow final : public MainWindow {
   const Choice& choice(ControlId id) { return choices_[id]; }
   const ControlState& state(ControlId id) const { return states_[index_of(id)]; }
   const std::wstring& status() const { return status_.first; }
+  const std::wstring& counter(ControlId id) { return counters_[id]; }
+  const std::vector<std::pair<std::wstring, std::wstring>>& notices() const { return notices_; }
   StatusTone tone() const { return status_.second; }
   const std::wstring& shown() const { return view_.text(); }
   std::size_t writes() const { return writes_; }
   const Placement& placement() const { return placement_; }
 
   bool input_waits = false;
-  std::vector<std::wstring> notices;
   std::vector<FileQuestion> asked;
   std::optional<std::filesystem::path> chosen_file;  // what the person answers, nothing for a cancel
 
@@ -133,6 +158,8 @@ class RecordingWindow final : public MainWindow {
   WindowPlace place_;
   std::map<ControlId, std::wstring> fields_;
   std::map<ControlId, Choice> choices_;
+  std::map<ControlId, std::wstring> counters_;
+  std::vector<std::pair<std::wstring, std::wstring>> notices_;
   std::pair<std::wstring, StatusTone> status_;
   std::uintptr_t timer_ = 0;
   std::size_t writes_ = 0;

@@ -262,7 +262,9 @@ TEST(Layout, ReceiveOptionsKeepTheirDistances) {
     const int dpi = s.metrics.dpi;
     EXPECT_EQ(distance(ControlId::line_break, ControlId::hide_crlf), scaled(12, dpi));
     EXPECT_EQ(distance(ControlId::hide_crlf, ControlId::echo_sent), scaled(12, dpi));
-    EXPECT_GE(distance(ControlId::echo_sent, ControlId::clear), scaled(12, dpi));
+    EXPECT_EQ(distance(ControlId::buffer_size_label, ControlId::buffer_size), scaled(1, dpi));
+    EXPECT_EQ(distance(ControlId::buffer_size, ControlId::follow), scaled(12, dpi));
+    EXPECT_GE(distance(ControlId::line_count, ControlId::clear), scaled(12, dpi));
     EXPECT_EQ(distance(ControlId::baud_label, ControlId::baud), scaled(1, dpi));
     EXPECT_EQ(distance(ControlId::timeout, ControlId::timeout_unit), scaled(4, dpi));
   });

@@ -14,7 +14,8 @@ namespace {
 
 bool Facts::*const kFlags[]{&Facts::has_ports, &Facts::receive_hex, &Facts::line_break,
                             &Facts::hide_crlf, &Facts::echo_sent,   &Facts::transmit_expanded,
-                            &Facts::send_hex,  &Facts::auto_crlf,   &Facts::wait_for_rx};
+                            &Facts::send_hex,  &Facts::auto_crlf,   &Facts::wait_for_rx,
+                            &Facts::paused};
 constexpr RepeatState kRepeatStates[]{RepeatState::idle, RepeatState::running, RepeatState::stopping};
 
 std::vector<Facts> all_facts() {
@@ -169,7 +170,7 @@ TEST(StateRules, ALanguageChangesCaptionsAndNothingElse) {
     other.language = f.language == Language::korean ? Language::english : Language::korean;
     ControlStates translated = rules(other);
     for (std::size_t i = 0; i < kControlCount; ++i)
-      translated[i].caption = states[i].caption;
+      translated[i].caption = states[i].caption, translated[i].tip = states[i].tip;
     EXPECT_TRUE(translated == states);
   });
 }
@@ -191,6 +192,7 @@ TEST(StateRules, APreferenceChangesOnlyItsOwnControls) {
       {"echo_sent", &Facts::echo_sent, {ControlId::echo_sent}},
       {"send_hex", &Facts::send_hex, {ControlId::send_ascii, ControlId::send_hex}},
       {"auto_crlf", &Facts::auto_crlf, {ControlId::auto_crlf}},
+      {"paused", &Facts::paused, {ControlId::follow}},
       {"wait_for_rx", &Facts::wait_for_rx, {ControlId::wait_for_rx, ControlId::rx_timeout}},
   };
   for_all_facts([&cases](const Facts& f, const ControlStates& states) {

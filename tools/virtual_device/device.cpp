@@ -88,8 +88,7 @@ void Device::run_due_actions() {
   }
 }
 
-Device::Clock::time_point Device::wake_time() {
-  const auto now = Clock::now();
+Device::Clock::time_point Device::wake_time(Clock::time_point now) {
   auto time = now + 1h;
   if (!actions_.empty()) time = std::min(time, actions_.begin()->first);
   if (line_ && !open_) time = std::min(time, now + kOpenerCheck);
@@ -100,12 +99,14 @@ Device::Clock::time_point Device::wake_time() {
 
 void Device::wait() {
   if (line_ && !open_) look_for_opener();
-  const bool talks = !outbox_.empty() || (flood_ && !flood_->due(Clock::now()).empty());
+  // One time for both questions: what becomes due in between would be neither written nor waited for.
+  const auto now = Clock::now();
+  const bool talks = !outbox_.empty() || (flood_ && !flood_->due(now).empty());
   const auto line_events = static_cast<short>((may_take_ > 0 ? POLLIN : 0) | (talks ? POLLOUT : 0));
   std::array<pollfd, 4> waits{pollfd{signals_.get(), POLLIN, 0}, pollfd{inputs_[0].get(), POLLIN, 0},
                               pollfd{inputs_[1].get(), POLLIN, 0},
                               pollfd{open_ ? line_->master.get() : -1, line_events, 0}};
-  const timespec limit = to_timespec(std::max<Clock::duration>(wake_time() - Clock::now(), 0ns));
+  const timespec limit = to_timespec(wake_time(now) - now);
   if (::ppoll(waits.data(), waits.size(), &limit, nullptr) <= 0) return;
   if (waits[0].revents != 0) quit_ = true;
   for (std::size_t i = 0; i < inputs_.size(); ++i)

@@ -37,7 +37,7 @@ class Device {
 
   void at(Clock::time_point time, std::function<void()> action);
   void run_due_actions();
-  Clock::time_point wake_time();
+  Clock::time_point wake_time(Clock::time_point now);
   void wait();
 
   void appear();

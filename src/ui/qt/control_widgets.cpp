@@ -44,7 +44,8 @@ QWidget* create_radio(QWidget* parent) {
 QWidget* create_by_kind(const ControlRow& row, QWidget* parent) {
   switch (row.kind) {
     case ControlKind::label:
-    case ControlKind::title: return new QLabel(parent);
+    case ControlKind::title:
+    case ControlKind::counter: return new QLabel(parent);
     case ControlKind::button: return new QPushButton(parent);
     case ControlKind::check: return new QCheckBox(parent);
     case ControlKind::radio: return create_radio(parent);

@@ -30,7 +30,7 @@ class PostedMessage final : public QEvent {
 };
 
 constexpr bool is_static_text(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title;
+  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::counter;
 }
 constexpr bool is_push(ControlKind kind) {
   return kind == ControlKind::button || kind == ControlKind::check || kind == ControlKind::radio;
@@ -158,6 +158,8 @@ WindowPlace QtMainWindow::current_place() const {
 void QtMainWindow::apply(std::span<const ControlChange> changes) {
   for (const auto& [id, state] : changes) {
     set_caption(id, state.caption);
+    widget(id).setToolTip(to_qstring(state.tip));
+    if (!state.tip.empty()) widget(id).setAccessibleName(to_qstring(state.tip));
     widget(id).setEnabled(state.enabled);
     widget(id).setVisible(state.visible);
     checked_[index_of(id)] = state.checked;
@@ -256,14 +258,25 @@ void QtMainWindow::set_status(std::wstring_view text, StatusTone tone) {
   line.setText(to_qstring(text));
 }
 
-ReceiveView& QtMainWindow::receive_view() {
-  return as<ReceiveViewWidget>(ControlId::receive_view);
+void QtMainWindow::set_counter(ControlId id, std::wstring_view text) {
+  as<QLabel>(id).setText(to_qstring(text));
 }
 
+// Not exec(), which would hold up whoever asks; but nobody would wait for a box over a window that closes.
 void QtMainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
-  QMessageBox box(QMessageBox::Information, to_qstring(title), to_qstring(text), QMessageBox::Ok, this);
-  box.setTextFormat(Qt::PlainText);
-  box.exec();
+  if (closed_) {
+    QMessageBox::warning(nullptr, to_qstring(title), to_qstring(text));
+    return;
+  }
+  auto* const box =
+      new QMessageBox(QMessageBox::Information, to_qstring(title), to_qstring(text), QMessageBox::Ok, this);
+  box->setTextFormat(Qt::PlainText);
+  box->setAttribute(Qt::WA_DeleteOnClose);
+  box->open();
+}
+
+ReceiveView& QtMainWindow::receive_view() {
+  return as<ReceiveViewWidget>(ControlId::receive_view);
 }
 
 std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& question) {

@@ -50,9 +50,10 @@ class QtMainWindow final : public QWidget, public MainWindow {
   std::optional<std::size_t> selected_choice(ControlId id) const override;
 
   void set_status(std::wstring_view text, StatusTone tone) override;
+  void set_counter(ControlId id, std::wstring_view text) override;
+  void show_notice(std::wstring_view title, std::wstring_view text) override;
   ReceiveView& receive_view() override;
 
-  void show_notice(std::wstring_view title, std::wstring_view text) override;
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
 
   bool post(unsigned message) override;

@@ -1,4 +1,4 @@
-// Selecting, scrolling and copying in the receive view, by mouse and keyboard.
+// Scrolling, moving the caret, selecting and copying in the receive view, by mouse and keyboard.
 
 #include <QApplication>
 #include <QClipboard>
@@ -6,6 +6,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QScrollBar>
 #include <QTimerEvent>
 #include <algorithm>
 
@@ -22,6 +23,48 @@ constexpr std::uint64_t kCopySlice = 65536;
 
 }  // namespace
 
+// Going elsewhere
+
+// Keys and the wheel over the text move the scroll bar too; only a press on the bar itself counts whatever
+// its direction.
+void ReceiveViewWidget::watch_scroll_bar() {
+  QScrollBar* const bar = verticalScrollBar();
+  connect(bar, &QScrollBar::sliderPressed, this, [this] { went_elsewhere(); });
+  connect(bar, &QScrollBar::actionTriggered, this, [this, bar](int action) {
+    const bool pressed =
+        action == QAbstractSlider::SliderSingleStepAdd || action == QAbstractSlider::SliderPageStepAdd;
+    if (pressed || bar->sliderPosition() < bar->value()) went_elsewhere();
+  });
+}
+
+void ReceiveViewWidget::scrollContentsBy(int, int) {
+  top_row_ = scroll_bar_first_row_ + static_cast<Row>(verticalScrollBar()->value());
+  top_row_ = std::clamp(top_row_, document_.first_row(), tail_top());
+  viewport()->update();
+}
+
+// After a person did something: is the end still what this is about? A selection is not, wherever it lies,
+// because the next text would take it away.
+void ReceiveViewWidget::went(Row top_before) {
+  if (top_row_ < top_before || !selection().empty() || !document_.on_one_line(caret_, document_.end()))
+    went_elsewhere();
+}
+
+void ReceiveViewWidget::went_elsewhere() {
+  follows_ = false;
+  if (navigated_) navigated_();
+}
+
+void ReceiveViewWidget::focusInEvent(QFocusEvent* event) {
+  QAbstractScrollArea::focusInEvent(event);
+  viewport()->update();  // the caret
+}
+
+void ReceiveViewWidget::focusOutEvent(QFocusEvent* event) {
+  QAbstractScrollArea::focusOutEvent(event);
+  viewport()->update();
+}
+
 // The selection
 
 ReceiveViewWidget::Range ReceiveViewWidget::selection() const {
@@ -37,6 +80,7 @@ void ReceiveViewWidget::set_selection(Position anchor, Position caret) {
 
 void ReceiveViewWidget::select_all() {
   set_selection(document_.first(), document_.end());
+  went(top_row_);
 }
 
 QString ReceiveViewWidget::selected_text() const {
@@ -57,9 +101,9 @@ void ReceiveViewWidget::copy() const {
 
 ReceiveViewWidget::Position ReceiveViewWidget::position_at(QPoint point, Snap snap) const {
   if (document_.empty()) return document_.first();
-  const int line = point.y() < kMargin ? 0 : (point.y() - kMargin) / row_height_;
+  const int line = std::max(0, point.y() - CellGrid::kMargin) / grid_.row_height();
   const Row row = top_row_ + static_cast<Row>(line);
-  return position_in_row(row, (point.x() - kMargin) / cell_width_, snap);
+  return position_in_row(row, (point.x() - CellGrid::kMargin) / grid_.cell_width(), snap);
 }
 
 ReceiveViewWidget::Position ReceiveViewWidget::position_in_row(Row row, double cell, Snap snap) const {
@@ -107,6 +151,7 @@ void ReceiveViewWidget::extend_selection(QPoint point) {
 
 void ReceiveViewWidget::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
+  wanted_cell_.reset();
   const QPoint point = event->position().toPoint();
   const bool third_click = since_double_click_.isValid() &&
                            !since_double_click_.hasExpired(QApplication::doubleClickInterval()) &&
@@ -122,6 +167,7 @@ void ReceiveViewWidget::mousePressEvent(QMouseEvent* event) {
   } else {
     begin_selection(point, SelectBy::character);
   }
+  went(top_row_);
 }
 
 void ReceiveViewWidget::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -129,12 +175,14 @@ void ReceiveViewWidget::mouseDoubleClickEvent(QMouseEvent* event) {
   drag_point_ = event->position().toPoint();
   since_double_click_.start();
   begin_selection(drag_point_, SelectBy::word);
+  went(top_row_);
 }
 
 void ReceiveViewWidget::mouseMoveEvent(QMouseEvent* event) {
   if (!event->buttons().testFlag(Qt::LeftButton)) return;
   drag_point_ = event->position().toPoint();
   extend_selection(drag_point_);
+  went(top_row_);
   const bool outside = drag_point_.y() < 0 || drag_point_.y() >= viewport()->height();
   if (!outside) {
     drag_timer_.stop();
@@ -159,8 +207,10 @@ void ReceiveViewWidget::timerEvent(QTimerEvent* event) {
     return;
   }
   const int beyond = drag_point_.y() < 0 ? drag_point_.y() : drag_point_.y() - viewport()->height() + 1;
-  scroll_by(beyond / row_height_ + (beyond < 0 ? -1 : 1));
+  const Row top = top_row_;
+  scroll_by(beyond / grid_.row_height() + (beyond < 0 ? -1 : 1));
   extend_selection(drag_point_);
+  went(top);
 }
 
 void ReceiveViewWidget::contextMenuEvent(QContextMenuEvent* event) {
@@ -178,49 +228,62 @@ void ReceiveViewWidget::contextMenuEvent(QContextMenuEvent* event) {
 // The keyboard
 
 void ReceiveViewWidget::keyPressEvent(QKeyEvent* event) {
-  if (event->matches(QKeySequence::Copy)) {
-    copy();
-  } else if (event->matches(QKeySequence::SelectAll)) {
-    select_all();
-  } else {
-    const bool extend = event->modifiers().testFlag(Qt::ShiftModifier);
-    event->setAccepted(extend ? extend_with_key(*event) : scroll_with_key(*event));
-  }
+  const Row top = top_row_;
+  if (event->matches(QKeySequence::Copy)) return copy();
+  if (event->matches(QKeySequence::SelectAll)) return select_all();
+  if (scroll_with_key(*event)) return went(top);
+  const std::optional<Position> caret = caret_after(*event);
+  event->setAccepted(caret.has_value());
+  if (!caret) return;
+  set_selection(event->modifiers().testFlag(Qt::ShiftModifier) ? anchor_ : *caret, *caret);
+  bring_into_view(*caret);
+  went(top);
 }
 
+// The caret stays where it is.
 bool ReceiveViewWidget::scroll_with_key(const QKeyEvent& event) {
-  const auto page = std::max<std::int64_t>(1, static_cast<std::int64_t>(visible_rows()) - 1);
+  if (event.modifiers() != Qt::ControlModifier) return false;
   switch (event.key()) {
     case Qt::Key_Up: scroll_by(-1); return true;
     case Qt::Key_Down: scroll_by(1); return true;
-    case Qt::Key_PageUp: scroll_by(-page); return true;
-    case Qt::Key_PageDown: scroll_by(page); return true;
-    case Qt::Key_Home: scroll_to(document_.first_row()); return true;
-    case Qt::Key_End: scroll_to(tail_top()); return true;
+    case Qt::Key_PageUp: scroll_by(-page_rows()); return true;
+    case Qt::Key_PageDown: scroll_by(page_rows()); return true;
     default: return false;
   }
 }
 
-bool ReceiveViewWidget::extend_with_key(const QKeyEvent& event) {
-  const bool whole = event.modifiers().testFlag(Qt::ControlModifier);
-  const auto page = std::max<std::int64_t>(1, static_cast<std::int64_t>(visible_rows()) - 1);
+std::int64_t ReceiveViewWidget::page_rows() const {
+  return std::max<std::int64_t>(1, static_cast<std::int64_t>(visible_rows()) - 1);
+}
+
+// Nothing for a key that does not move the caret.
+std::optional<ReceiveViewWidget::Position> ReceiveViewWidget::caret_after(const QKeyEvent& event) {
   const Position from = std::clamp(caret_, document_.first(), document_.end());
-  const Range row = document_.row_range(document_.row_of(from));
-  Position to = from;
   switch (event.key()) {
-    case Qt::Key_Left: to = previous(from); break;
-    case Qt::Key_Right: to = next(from); break;
-    case Qt::Key_Up: to = step_rows(from, -1); break;
-    case Qt::Key_Down: to = step_rows(from, 1); break;
-    case Qt::Key_PageUp: to = step_rows(from, -page); break;
-    case Qt::Key_PageDown: to = step_rows(from, page); break;
-    case Qt::Key_Home: to = whole ? document_.first() : row.begin; break;
-    case Qt::Key_End: to = whole ? document_.end() : row.end; break;
-    default: return false;
+    case Qt::Key_Up: return step_rows(from, -1);
+    case Qt::Key_Down: return step_rows(from, 1);
+    case Qt::Key_PageUp: return step_rows(from, -page_rows());
+    case Qt::Key_PageDown: return step_rows(from, page_rows());
+    default: break;
   }
-  set_selection(anchor_, to);
-  bring_into_view(to);
-  return true;
+  const bool whole = event.modifiers().testFlag(Qt::ControlModifier);
+  wanted_cell_.reset();
+  switch (event.key()) {
+    case Qt::Key_Left: return whole ? previous_word(from) : previous(from);
+    case Qt::Key_Right: return whole ? next_word(from) : next(from);
+    case Qt::Key_Home: return whole ? document_.first() : document_.row_range(document_.row_of(from)).begin;
+    case Qt::Key_End:
+      return whole ? document_.end() : row_end(from, event.modifiers().testFlag(Qt::ShiftModifier));
+    default: return std::nullopt;
+  }
+}
+
+// The position behind a row that goes on in the next one is the start of that: a caret stays before its last
+// character, a selection takes it in.
+ReceiveViewWidget::Position ReceiveViewWidget::row_end(Position from, bool selecting) const {
+  const Row row = document_.row_of(from);
+  const Position end = document_.row_range(row).end;
+  return selecting || document_.row_of(end) == row ? end : previous(end);
 }
 
 ReceiveViewWidget::Position ReceiveViewWidget::next(Position from) const {
@@ -234,14 +297,29 @@ ReceiveViewWidget::Position ReceiveViewWidget::previous(Position from) const {
   return std::max(document_.first(), from - (is_low_surrogate(unit[0]) ? std::min<Position>(from, 2) : 1));
 }
 
-ReceiveViewWidget::Position ReceiveViewWidget::step_rows(Position from, std::int64_t rows) const {
+// Words and what lies between them are one step each; spaces belong to the step before them.
+ReceiveViewWidget::Position ReceiveViewWidget::next_word(Position from) const {
+  Position to = std::max(next(from), document_.word_around(from).end);
+  while (document_.text({to, to + 1}) == L" ")
+    to = document_.word_around(to).end;
+  return to;
+}
+
+ReceiveViewWidget::Position ReceiveViewWidget::previous_word(Position from) const {
+  Position to = previous(from);
+  if (document_.text({to, to + 1}) == L" ") to = previous(document_.word_around(to).begin);
+  return std::min(to, document_.word_around(to).begin);
+}
+
+ReceiveViewWidget::Position ReceiveViewWidget::step_rows(Position from, std::int64_t rows) {
   const Row row = document_.row_of(from);
+  if (!wanted_cell_) wanted_cell_ = cell_of(from);
   const auto above = static_cast<std::int64_t>(row - document_.first_row());
   const auto below = static_cast<std::int64_t>(document_.last_row() - row);
-  if (above + rows < 0) return document_.first();
-  if (rows > below) return document_.end();
-  const Row target = document_.first_row() + static_cast<Row>(above + rows);
-  return position_in_row(target, static_cast<double>(cell_of(from)), Snap::nearest);
+  const std::int64_t step = std::clamp(rows, -above, below);
+  if (step == 0) return rows < 0 ? document_.first() : document_.end();
+  const Row target = document_.first_row() + static_cast<Row>(above + step);
+  return position_in_row(target, static_cast<double>(*wanted_cell_), Snap::nearest);
 }
 
 void ReceiveViewWidget::bring_into_view(Position position) {

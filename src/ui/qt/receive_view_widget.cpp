@@ -1,6 +1,5 @@
 #include "ui/qt/receive_view_widget.h"
 
-#include <QFontMetricsF>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -9,12 +8,11 @@
 #include <cmath>
 
 #include "base/text.h"
-#include "ui/qt/qt_text.h"
 
 namespace hvt {
 namespace {
 
-constexpr int kLineGap = 2;  // between rows, for calm reading
+constexpr int kMargin = CellGrid::kMargin;
 
 QColor to_qcolor(Rgb color) {
   return {color.red, color.green, color.blue};
@@ -36,6 +34,7 @@ ReceiveViewWidget::ReceiveViewWidget(QWidget* parent) : QAbstractScrollArea(pare
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   viewport()->setCursor(Qt::IBeamCursor);
   viewport()->setBackgroundRole(QPalette::Base);
+  watch_scroll_bar();
   measure_font();
   set_appearance(Appearance::light);
 }
@@ -53,13 +52,19 @@ void ReceiveViewWidget::begin_update() {
   ++open_updates_;
 }
 
-void ReceiveViewWidget::end_update(bool follow) {
-  if (follow) top_row_ = tail_top();
+void ReceiveViewWidget::end_update(const ViewUpdate& update) {
   --open_updates_;
-  content_changed();
+  follows_ = update.follow;
+  if (update.follow) {
+    anchor_ = caret_ = document_.end();
+    if (update.scroll) top_row_ = tail_top();
+  }
+  top_row_ = std::clamp(top_row_, document_.first_row(), tail_top());
+  if (update.repaint) repaint_changes();
 }
 
 std::size_t ReceiveViewWidget::append(const DisplayBatch& batch) {
+  changed_from(document_.last_row());
   const std::size_t units = document_.append(batch);
   content_changed();
   return units;
@@ -68,53 +73,91 @@ std::size_t ReceiveViewWidget::append(const DisplayBatch& batch) {
 void ReceiveViewWidget::trim_head(std::size_t characters) {
   document_.trim_head(characters);
   if (document_.empty()) anchor_ = caret_ = 0;
+  changed_from(document_.first_row() >= top_row_ ? document_.first_row() : kNoRow);
+  content_changed();
+}
+
+void ReceiveViewWidget::remove(std::size_t first, std::size_t count) {
+  const Range gone{document_.first() + first, document_.first() + first + count};
+  const Row row = document_.row_of(gone.begin);
+  const Row last = document_.last_row();
+  document_.remove(gone);
+  for (Position* const position : {&anchor_, &caret_, &origin_.begin, &origin_.end}) {
+    if (*position > gone.begin) *position = std::max(*position, gone.end) - count;
+  }
+  if (top_row_ > row) top_row_ = std::max(row, top_row_ - std::min(top_row_, last - document_.last_row()));
+  changed_from(row);
   content_changed();
 }
 
 void ReceiveViewWidget::clear() {
   document_.clear();
   anchor_ = caret_ = 0;
+  top_row_ = 0;
+  follows_ = true;
+  changed_from(0);
   content_changed();
 }
 
-bool ReceiveViewWidget::at_tail() const {
-  return document_.empty() || top_row_ >= tail_top();
+void ReceiveViewWidget::go_to_tail() {
+  follows_ = true;
+  wanted_cell_.reset();
+  set_selection(document_.end(), document_.end());
+  scroll_to(tail_top());
+  // The button that asked for it is of no use now; the keyboard would go on to the next one, which clears.
+  setFocus();
 }
 
+// Outside of an update everything is shown at once.
 void ReceiveViewWidget::content_changed() {
-  if (open_updates_ == 0) refresh();
+  if (open_updates_ > 0) return;
+  top_row_ = std::clamp(top_row_, document_.first_row(), tail_top());
+  refresh_scroll_bar();
+  viewport()->update();
 }
 
-// Brings the scroll bar in line with the document and has the rows painted.
-void ReceiveViewWidget::refresh() {
-  top_row_ = std::clamp(top_row_, document_.first_row(), tail_top());
+void ReceiveViewWidget::changed_from(Row row) {
+  changed_from_ = std::min(changed_from_, row);
+}
+
+void ReceiveViewWidget::refresh_scroll_bar() {
   const QSignalBlocker quiet(verticalScrollBar());
+  scroll_bar_first_row_ = document_.first_row();
   verticalScrollBar()->setRange(0, static_cast<int>(tail_top() - document_.first_row()));
   verticalScrollBar()->setPageStep(static_cast<int>(visible_rows()));
   verticalScrollBar()->setValue(static_cast<int>(top_row_ - document_.first_row()));
-  viewport()->update();
+}
+
+// Text that arrives out of sight costs no painting.
+void ReceiveViewWidget::repaint_changes() {
+  refresh_scroll_bar();
+  const int height = viewport()->height();
+  if (top_row_ != painted_top_ || changed_from_ <= top_row_) {
+    viewport()->repaint();
+  } else if (changed_from_ - top_row_ <= visible_rows()) {
+    const int top = grid_.top(static_cast<int>(changed_from_ - top_row_));
+    viewport()->repaint(0, top, viewport()->width(), height - top);
+  }
+  changed_from_ = kNoRow;
 }
 
 // Geometry
 
 void ReceiveViewWidget::measure_font() {
-  const QFontMetricsF metrics(font());
-  cell_width_ = std::max(1.0, metrics.horizontalAdvance(QString(64, QLatin1Char('M'))) / 64);
-  row_height_ = std::max(1, static_cast<int>(std::ceil(metrics.height()))) + kLineGap;
-  ascent_ = static_cast<int>(std::ceil(metrics.ascent())) + kLineGap / 2;
+  grid_.set_font(font());
 }
 
 void ReceiveViewWidget::wrap_to_width() {
-  const bool follow = at_tail();
   const Position top = document_.row_range(top_row_).begin;
-  const double columns = std::floor((viewport()->width() - 2 * kMargin) / cell_width_);
+  const double columns = std::floor((viewport()->width() - 2 * kMargin) / grid_.cell_width());
   document_.set_columns(static_cast<std::size_t>(std::max(1.0, columns)));
-  top_row_ = follow ? tail_top() : document_.row_of(top);
-  refresh();
+  top_row_ = std::clamp(follows_ ? tail_top() : document_.row_of(top), document_.first_row(), tail_top());
+  refresh_scroll_bar();
+  viewport()->update();
 }
 
 std::size_t ReceiveViewWidget::visible_rows() const {
-  return static_cast<std::size_t>(std::max(1, (viewport()->height() - 2 * kMargin) / row_height_));
+  return static_cast<std::size_t>(std::max(1, (viewport()->height() - 2 * kMargin) / grid_.row_height()));
 }
 
 ReceiveViewWidget::Row ReceiveViewWidget::tail_top() const {
@@ -123,8 +166,9 @@ ReceiveViewWidget::Row ReceiveViewWidget::tail_top() const {
 }
 
 void ReceiveViewWidget::scroll_to(Row top) {
-  top_row_ = top;
-  refresh();
+  top_row_ = std::clamp(top, document_.first_row(), tail_top());
+  refresh_scroll_bar();
+  viewport()->update();
 }
 
 void ReceiveViewWidget::scroll_by(std::int64_t rows) {
@@ -134,11 +178,6 @@ void ReceiveViewWidget::scroll_by(std::int64_t rows) {
 
 void ReceiveViewWidget::resizeEvent(QResizeEvent*) {
   wrap_to_width();
-}
-
-void ReceiveViewWidget::scrollContentsBy(int, int) {
-  top_row_ = document_.first_row() + static_cast<Row>(verticalScrollBar()->value());
-  viewport()->update();
 }
 
 void ReceiveViewWidget::changeEvent(QEvent* event) {
@@ -161,61 +200,56 @@ void ReceiveViewWidget::set_appearance(Appearance appearance) {
 }
 
 void ReceiveViewWidget::paintEvent(QPaintEvent* event) {
-  if (document_.empty()) return;
+  if (event->rect().contains(viewport()->rect())) painted_top_ = top_row_;
   QPainter painter(viewport());
-  painter.setFont(font());
-  const int first = std::max(0, (event->rect().top() - kMargin) / row_height_);
-  for (int line = first;; ++line) {
-    const int y = kMargin + line * row_height_;
+  CellPainter cells(painter, grid_);
+  const int first = std::max(0, (event->rect().top() - kMargin) / grid_.row_height());
+  for (int line = first; !document_.empty(); ++line) {
     const Row row = top_row_ + static_cast<Row>(line);
-    if (y > event->rect().bottom() || row > document_.last_row()) return;
-    draw_row(painter, row, y);
+    if (grid_.top(line) > event->rect().bottom() || row > document_.last_row()) break;
+    draw_row(cells, row, line);
   }
+  cells.finish();
+  if (hasFocus()) draw_caret(painter);
 }
 
-void ReceiveViewWidget::draw_row(QPainter& painter, Row row, int y) const {
+void ReceiveViewWidget::draw_row(CellPainter& painter, Row row, int line) const {
   const Range range = document_.row_range(row);
   const Range chosen = selection();
   const Range inside{std::clamp(chosen.begin, range.begin, range.end),
                      std::clamp(chosen.end, range.begin, range.end)};
-  std::size_t cell = draw_range(painter, {range.begin, inside.begin}, 0, y, nullptr);
+  const QColor chosen_color = palette().color(QPalette::HighlightedText);
+  const auto draw = [&](Range part, std::size_t cell, bool is_chosen) {
+    for (const DisplayRun run : document_.runs(part)) {
+      const QColor& color = is_chosen ? chosen_color : colors_[static_cast<std::size_t>(run.role)];
+      cell = painter.text(run.text, cell, line, color);
+    }
+    return cell;
+  };
+  if (chosen.empty()) {
+    draw(range, 0, false);
+    return;
+  }
+  std::size_t cell = draw({range.begin, inside.begin}, 0, false);
   const bool break_chosen = chosen.begin <= range.end && chosen.end > range.end &&
                             document_.text({range.end, range.end + 1}) == L"\n";
   if (!inside.empty() || break_chosen) {
-    const double left = kMargin + static_cast<double>(cell) * cell_width_;
     const double cells = static_cast<double>(cells_in(document_.text(inside))) + (break_chosen ? 0.5 : 0.0);
-    painter.fillRect(QRectF(left, y, cells * cell_width_, row_height_), palette().color(QPalette::Highlight));
-    const QColor color = palette().color(QPalette::HighlightedText);
-    cell = draw_range(painter, inside, cell, y, &color);
+    painter.fill(line, static_cast<double>(cell), cells, palette().color(QPalette::Highlight));
+    cell = draw(inside, cell, true);
   }
-  draw_range(painter, {inside.end, range.end}, cell, y, nullptr);
+  draw({inside.end, range.end}, cell, false);
 }
 
-// Draws from `cell` on, in the colours of the roles or in one `color`, and returns the cell after it.
-std::size_t ReceiveViewWidget::draw_range(QPainter& painter, Range range, std::size_t cell, int y,
-                                          const QColor* color) const {
-  for (const DisplayRun run : document_.runs(range)) {
-    painter.setPen(color != nullptr ? *color : colors_[static_cast<std::size_t>(run.role)]);
-    cell = draw_text(painter, run.text, cell, y);
-  }
-  return cell;
-}
-
-// ASCII is drawn in stretches; every other character on its own, so that a glyph from another font cannot
-// push its neighbours off the grid.
-std::size_t ReceiveViewWidget::draw_text(QPainter& painter, std::wstring_view text, std::size_t cell,
-                                         int y) const {
-  while (!text.empty()) {
-    const auto other = std::find_if(text.begin(), text.end(), [](wchar_t unit) { return unit >= 0x80; });
-    auto length = static_cast<std::size_t>(other - text.begin());
-    if (length == 0) length = text.size() > 1 && is_low_surrogate(text[1]) ? 2 : 1;
-    const std::wstring_view piece = text.substr(0, length);
-    painter.drawText(QPointF(kMargin + static_cast<double>(cell) * cell_width_, y + ascent_),
-                     to_qstring(piece));
-    cell += cells_in(piece);
-    text.remove_prefix(length);
-  }
-  return cell;
+// It does not blink: a view that paints itself twice a second for nothing would be felt on battery.
+void ReceiveViewWidget::draw_caret(QPainter& painter) const {
+  const Position caret = std::clamp(caret_, document_.first(), document_.end());
+  const Row row = document_.row_of(caret);
+  if (row < top_row_ || row - top_row_ > visible_rows()) return;
+  const int line = static_cast<int>(row - top_row_);
+  const double left = std::min(grid_.left(cell_of(caret)), static_cast<double>(viewport()->width() - 1));
+  painter.fillRect(QRect(static_cast<int>(left), grid_.top(line), 1, grid_.row_height()),
+                   colors_[static_cast<std::size_t>(ColorRole::normal)]);
 }
 
 }  // namespace hvt

@@ -118,7 +118,7 @@ void Win32MainWindow::create_native() {
   if (handle() == nullptr) throw std::runtime_error("Could not create the main window.");
   controls_.create(handle());
   receive_view_.attach(controls_[ControlId::receive_view]);
-  status_tip_.create(handle(), controls_[ControlId::status]);
+  tips_.create(handle(), controls_[ControlId::status]);
   fit_to_dpi(static_cast<int>(GetDpiForWindow(handle())));
 }
 
@@ -182,7 +182,7 @@ Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
 Win32MainWindow::Answer Win32MainWindow::on_notify(const Message& message) {
   const auto* const header = reinterpret_cast<const NMHDR*>(message.second);
   if (header->code != TTN_GETDISPINFOW) return {};
-  status_tip_.answer(*reinterpret_cast<NMTTDISPINFOW*>(message.second));
+  tips_.answer(*reinterpret_cast<NMTTDISPINFOW*>(message.second));
   return 0;
 }
 
@@ -344,6 +344,7 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   const ControlKind kind = control(change.id).kind;
   const ControlState& state = change.state;
   controls_.set_caption(change.id, state.caption);
+  tips_.set(target, state.tip);
   if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);
   EnableWindow(target, state.enabled);
@@ -404,7 +405,12 @@ void Win32MainWindow::set_status(std::wstring_view text, StatusTone tone) {
   if (status != nullptr) InvalidateRect(status, nullptr, TRUE);
 }
 
+void Win32MainWindow::set_counter(ControlId id, std::wstring_view text) {
+  controls_.set_caption(id, text);
+}
+
 void Win32MainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
+  if (handle() == nullptr) return;
   MessageBoxW(handle(), std::wstring(text).c_str(), std::wstring(title).c_str(), MB_OK | MB_ICONINFORMATION);
 }
 

@@ -12,7 +12,7 @@
 #include "ui/win32/native_controls.h"
 #include "ui/win32/painting.h"
 #include "ui/win32/receive_view.h"
-#include "ui/win32/status_tip.h"
+#include "ui/win32/tool_tips.h"
 
 namespace hvt {
 
@@ -51,8 +51,9 @@ class Win32MainWindow final : public MainWindow {
                    std::wstring_view placeholder) override;
   std::optional<std::size_t> selected_choice(ControlId id) const override;
   void set_status(std::wstring_view text, StatusTone tone) override;
-  ReceiveView& receive_view() override { return receive_view_; }
+  void set_counter(ControlId id, std::wstring_view text) override;
   void show_notice(std::wstring_view title, std::wstring_view text) override;
+  ReceiveView& receive_view() override { return receive_view_; }
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;
@@ -107,7 +108,7 @@ class Win32MainWindow final : public MainWindow {
   WindowIcons icons_;
   NativeControls controls_;
   RichEditView receive_view_;
-  StatusTip status_tip_;
+  ToolTips tips_;
   Sections sections_;
   StatusTone status_tone_ = StatusTone::plain;
   HWND last_focus_ = nullptr;  // the control to return to when the window becomes active again

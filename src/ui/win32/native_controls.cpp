@@ -25,7 +25,8 @@ struct NativeKind {
 NativeKind native_kind(ControlKind kind) {
   switch (kind) {
     case ControlKind::label:
-    case ControlKind::title: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX};
+    case ControlKind::title:
+    case ControlKind::counter: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX};
     case ControlKind::status:  // SS_NOTIFY: the mouse is over this control, not over the window behind it
       return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX | SS_ENDELLIPSIS | SS_NOTIFY};
     case ControlKind::button: return {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP};
@@ -75,7 +76,8 @@ bool is_push(ControlKind kind) {
 }
 
 bool has_caption(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title || is_push(kind);
+  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::counter ||
+         is_push(kind);
 }
 
 void prepare_control(HWND handle, ControlKind kind) {

@@ -98,6 +98,7 @@ TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
     switch (row.kind) {
       case ControlKind::label:
       case ControlKind::title:
+      case ControlKind::counter:
       case ControlKind::status: found = find<QLabel>(row.id) != nullptr; break;
       case ControlKind::button: found = find<QPushButton>(row.id) != nullptr; break;
       case ControlKind::check: found = find<QCheckBox>(row.id) != nullptr; break;
@@ -126,7 +127,8 @@ TEST_F(Face, is_walked_by_the_tab_key_in_table_order) {
   }
   std::vector<std::string> expected;
   for (const ControlRow& row : kControls) {
-    const bool text = row.kind == ControlKind::label || row.kind == ControlKind::title;
+    const bool text = row.kind == ControlKind::label || row.kind == ControlKind::title ||
+                      row.kind == ControlKind::counter;
     if (!text && row.kind != ControlKind::status) expected.emplace_back(row.name);
   }
   EXPECT_EQ(walked, expected);

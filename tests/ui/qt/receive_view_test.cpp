@@ -43,8 +43,10 @@ class View : public testing::Test {
     view_.begin_update();
     for (int i = 0; i < count; ++i)
       view_.append(batch_of(line(next_line_++)));
-    view_.end_update(follow);
+    view_.end_update({.follow = follow});
   }
+
+  bool at_tail() { return view_.verticalScrollBar()->value() == view_.verticalScrollBar()->maximum(); }
 
   QImage seen() { return view_.viewport()->grab().toImage(); }
 
@@ -69,36 +71,188 @@ class View : public testing::Test {
 };
 
 TEST_F(View, shows_the_end_when_it_follows_and_stays_when_it_does_not) {
-  EXPECT_TRUE(view_.at_tail());
   append_lines(500, true);
-  EXPECT_TRUE(view_.at_tail());
-  EXPECT_EQ(view_.verticalScrollBar()->value(), view_.verticalScrollBar()->maximum());
+  EXPECT_TRUE(at_tail());
   EXPECT_EQ(view_.line_count(), 501U);
-
   append_lines(1, false);
-  EXPECT_FALSE(view_.at_tail());
+  EXPECT_FALSE(at_tail());
+  view_.go_to_tail();
+  EXPECT_TRUE(at_tail());
+  append_lines(1, false);
   append_lines(1, true);
-  EXPECT_TRUE(view_.at_tail());
+  EXPECT_TRUE(at_tail());
+  view_.resize(500, 200);
+  EXPECT_TRUE(at_tail()) << "it follows, however high it is";
 
   view_.clear();
-  EXPECT_TRUE(view_.at_tail());
+  EXPECT_TRUE(at_tail());
   EXPECT_EQ(view_.line_count(), 0U);
 }
 
-TEST_F(View, keeps_visible_rows_in_place_while_thousands_of_batches_come_and_the_head_goes) {
-  append_lines(2000, true);
-  view_.verticalScrollBar()->setValue(1900);
+TEST_F(View, scrolls_and_paints_only_when_it_is_told_to) {
+  append_lines(500, true);
   const QImage before = seen();
-  const int value = view_.verticalScrollBar()->value();
-  for (int i = 0; i < 3000; ++i) {
+  const auto update = [&](ViewUpdate how) {
     view_.begin_update();
     view_.append(batch_of(line(next_line_++)));
-    view_.trim_head(10);
-    view_.end_update(false);
+    view_.end_update(how);
+  };
+  const int painted = view_.verticalScrollBar()->maximum();
+  update({.follow = true, .scroll = false, .repaint = false});
+  EXPECT_EQ(view_.verticalScrollBar()->maximum(), painted);
+  update({.follow = true, .scroll = false, .repaint = true});
+  EXPECT_FALSE(at_tail());
+  update({.follow = true, .scroll = true, .repaint = false});
+  EXPECT_FALSE(at_tail());
+  update({.follow = true, .scroll = true, .repaint = true});
+  EXPECT_TRUE(at_tail());
+  EXPECT_NE(seen(), before);
+}
+
+// The rows above go away too, as when the history rolls over and the view is told to stay.
+TEST_F(View, keeps_what_is_seen_and_selected_while_thousands_of_batches_come_and_the_head_goes) {
+  append_lines(2000, true);
+  view_.verticalScrollBar()->setValue(1900);
+  // Selected backwards: the next key takes the upper end along.
+  QTest::mouseClick(view_.viewport(), Qt::LeftButton, {}, cell(6, 5));
+  QTest::mouseClick(view_.viewport(), Qt::LeftButton, Qt::ShiftModifier, cell(2, 3));
+  const QImage before = seen();
+  const QString selected = view_.selected_text();
+  EXPECT_EQ(selected.count(QLatin1Char('\n')), 2);
+  const int value = view_.verticalScrollBar()->value();
+  const int page_in_range = view_.verticalScrollBar()->maximum() / view_.verticalScrollBar()->pageStep();
+  for (int i = 0; i < 6000; ++i) {
+    view_.begin_update();
+    view_.append(batch_of(line(next_line_++)));
+    if (i % 2 == 0) view_.trim_head(10);
+    view_.end_update({.follow = false, .scroll = i % 3 == 0, .repaint = i % 4 == 0});
   }
   EXPECT_EQ(seen(), before);
+  EXPECT_EQ(view_.selected_text(), selected);
   EXPECT_LT(view_.verticalScrollBar()->value(), value) << "rows above went away";
-  EXPECT_FALSE(view_.at_tail());
+  EXPECT_GT(view_.verticalScrollBar()->maximum() / view_.verticalScrollBar()->pageStep(), page_in_range)
+      << "the thumb shrinks";
+  EXPECT_FALSE(at_tail());
+  QTest::keyClick(&view_, Qt::Key_Up, Qt::ShiftModifier);
+  EXPECT_EQ(view_.selected_text().count(QLatin1Char('\n')), 3);
+  EXPECT_TRUE(view_.selected_text().endsWith(selected));
+}
+
+TEST_F(View, keeps_a_selection_on_its_text_when_text_before_it_is_removed) {
+  view_.append(batch_of(L"first\r\nsent\r\nsecond word\r\n"));
+  QTest::mouseDClick(view_.viewport(), Qt::LeftButton, {}, cell(8, 2));
+  EXPECT_EQ(view_.selected_text(), QStringLiteral("word"));
+  view_.remove(6, 5);
+  EXPECT_EQ(view_.selected_text(), QStringLiteral("word"));
+  view_.select_all();
+  EXPECT_EQ(view_.selected_text(), QStringLiteral("first\nsecond word\n"));
+}
+
+TEST_F(View, tells_when_a_person_goes_elsewhere_and_only_then) {
+  int navigated = 0;
+  view_.on_navigated([&] { ++navigated; });
+  QWidget* const port = view_.viewport();
+  QScrollBar* const bar = view_.verticalScrollBar();
+  const auto key = [&](Qt::Key which, Qt::KeyboardModifiers with = {}) {
+    return [this, which, with] { QTest::keyClick(&view_, which, with); };
+  };
+  const auto wheel = [&](int turn) {
+    return [port, turn] {
+      QWheelEvent event({9, 9}, port->mapToGlobal(QPointF(9, 9)), {}, {0, turn}, Qt::NoButton, {},
+                        Qt::NoScrollPhase, false);
+      QApplication::sendEvent(port, &event);
+    };
+  };
+  const auto click_last_line = [&] {
+    const int rows = (port->height() - 8) / (view_.fontMetrics().height() + 2);
+    QTest::mouseClick(port, Qt::LeftButton, {}, cell(0, rows - 1));
+  };
+  struct Case {
+    const char* name;
+    std::function<void()> act;
+    bool elsewhere;
+  };
+  const std::vector<Case> cases{
+      {"more text", [&] { append_lines(50, true); }, false},
+      {"more text that is not followed", [&] { append_lines(50, false); }, false},
+      {"another size", [&] { view_.resize(400, 310); }, false},
+      {"the head goes", [&] { view_.trim_head(40); }, false},
+      {"a click into the last line", click_last_line, false},
+      {"a click into an older line", [&] { QTest::mouseClick(port, Qt::LeftButton, {}, cell(3, 2)); }, true},
+      {"a word selected", [&] { QTest::mouseDClick(port, Qt::LeftButton, {}, cell(1, 2)); }, true},
+      {"everything selected", key(Qt::Key_A, Qt::ControlModifier), true},
+      {"the caret up", key(Qt::Key_Up), true},
+      {"the caret back over a line break", key(Qt::Key_Left), true},
+      {"the caret down at the end", key(Qt::Key_Down), false},
+      {"a page up", key(Qt::Key_PageUp), true},
+      {"to the start", key(Qt::Key_Home, Qt::ControlModifier), true},
+      {"to the end, being there", key(Qt::Key_End, Qt::ControlModifier), false},
+      {"a line up without the caret", key(Qt::Key_Up, Qt::ControlModifier), true},
+      {"the wheel up", wheel(120), true},
+      {"the wheel down at the end", wheel(-120), false},
+      {"a press on the bar",
+       [&] {
+         QTest::mouseClick(bar, Qt::LeftButton, {}, {5, bar->height() / 2});
+       },
+       true},
+      {"a press on its lower arrow",
+       [&] {
+         QTest::mouseClick(bar, Qt::LeftButton, {}, {5, bar->height() - 4});
+       },
+       true},
+      {"a copy", key(Qt::Key_C, Qt::ControlModifier), false},
+  };
+  append_lines(300, true);
+  for (const Case& one : cases) {
+    view_.go_to_tail();
+    navigated = 0;
+    one.act();
+    EXPECT_EQ(navigated > 0, one.elsewhere) << one.name;
+  }
+  view_.clear();
+  append_lines(2, true);
+  navigated = 0;
+  wheel(120)();
+  EXPECT_EQ(navigated, 0) << "there is nothing to scroll";
+}
+
+TEST_F(View, moves_its_caret_like_a_text_field) {
+  view_.append(batch_of(L"one two\r\nthree four five\r\n\r\nlast line here\r\n"));
+  struct Case {
+    const char* name;
+    std::vector<std::pair<Qt::Key, Qt::KeyboardModifiers>> keys;
+    const char* selected;  // from where the keys ended to the end of the row
+  };
+  const std::vector<Case> cases{
+      {"start", {{Qt::Key_Home, Qt::ControlModifier}}, "one two"},
+      {"down and right",
+       {{Qt::Key_Home, Qt::ControlModifier}, {Qt::Key_Down, {}}, {Qt::Key_Right, {}}},
+       "hree four five"},
+      {"words", {{Qt::Key_Home, Qt::ControlModifier}, {Qt::Key_Right, Qt::ControlModifier}}, "two"},
+      {"a word back over a line break",
+       {{Qt::Key_Home, Qt::ControlModifier}, {Qt::Key_Down, {}}, {Qt::Key_Left, Qt::ControlModifier}},
+       ""},
+      {"the column is kept over a short row",
+       {{Qt::Key_Home, Qt::ControlModifier},
+        {Qt::Key_Down, {}},
+        {Qt::Key_Right, Qt::ControlModifier},
+        {Qt::Key_Down, {}},
+        {Qt::Key_Down, {}}},
+       "ine here"},
+      {"end and home",
+       {{Qt::Key_Home, Qt::ControlModifier}, {Qt::Key_End, {}}, {Qt::Key_Home, {}}},
+       "one two"},
+      {"page down",
+       {{Qt::Key_Home, Qt::ControlModifier}, {Qt::Key_PageDown, {}}, {Qt::Key_Up, {}}},
+       "last line here"},
+  };
+  for (const Case& one : cases) {
+    for (const auto& [which, with] : one.keys)
+      QTest::keyClick(&view_, which, with);
+    EXPECT_TRUE(view_.selected_text().isEmpty()) << one.name;
+    QTest::keyClick(&view_, Qt::Key_End, Qt::ShiftModifier);
+    EXPECT_EQ(view_.selected_text().toStdString(), one.selected) << one.name;
+  }
 }
 
 TEST_F(View, keeps_the_text_at_its_top_when_its_width_changes) {
@@ -219,11 +373,11 @@ TEST_F(View, keeps_the_selected_text_selected_while_text_comes_and_goes) {
   view_.verticalScrollBar()->setValue(50);
   QTest::mouseDClick(view_.viewport(), Qt::LeftButton, {}, cell(5, 3));
   EXPECT_EQ(view_.selected_text(), QStringLiteral("53"));
-  append_lines(5000, true);
+  append_lines(5000, false);
   view_.trim_head(100);
   EXPECT_EQ(view_.selected_text(), QStringLiteral("53"));
   view_.trim_head(1'000'000);
-  append_lines(5000, true);
+  append_lines(5000, false);
   EXPECT_TRUE(view_.selected_text().isEmpty()) << "it went with the head";
 }
 
