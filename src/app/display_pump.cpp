@@ -12,16 +12,19 @@ constexpr std::size_t kPieceBytes = 1024;
 
 }  // namespace
 
+DisplayPump::DisplayPump(Inbox& inbox, ReceiveView& view) : inbox_(inbox), view_(view) {
+  view_.on_navigated([this] { following_ = false; });
+}
+
 DisplayPump::Result DisplayPump::run(const DisplayOptions& options) {
   if (!fetch()) return {false, std::exchange(lost_bytes_, 0)};
   const auto end = std::chrono::steady_clock::now() + kSlice;
-  const bool follow = view_.at_tail();
   bool more = true;
   view_.begin_update();
   do {
     more = next_piece(options);
   } while (more && std::chrono::steady_clock::now() < end);
-  view_.end_update(follow);
+  view_.end_update({.follow = following_});
   return {more, std::exchange(lost_bytes_, 0)};
 }
 
@@ -70,6 +73,7 @@ void DisplayPump::show_text() {
 }
 
 void DisplayPump::clear() {
+  following_ = true;
   batch_ = {};
   next_event_ = next_byte_ = event_done_ = 0;
   lost_bytes_ = 0;

@@ -23,7 +23,7 @@ class DisplayPump {
  public:
   static constexpr std::chrono::milliseconds kSlice{8};
 
-  DisplayPump(Inbox& inbox, ReceiveView& view) : inbox_(inbox), view_(view) {}
+  DisplayPump(Inbox& inbox, ReceiveView& view);
 
   struct Result {
     bool more = false;             // material is left: run again
@@ -43,6 +43,7 @@ class DisplayPump {
 
   Inbox& inbox_;
   ReceiveView& view_;
+  bool following_ = true;
   InboxBatch batch_;
   std::size_t next_event_ = 0;
   std::size_t next_byte_ = 0;

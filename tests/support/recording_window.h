@@ -16,14 +16,16 @@ namespace hvt::test {
 class PlainReceiveView final : public ReceiveView {
  public:
   void begin_update() override {}
-  void end_update(bool) override {}
+  void end_update(const ViewUpdate&) override {}
   std::size_t append(const DisplayBatch& batch) override {
     text_ += batch.text();
     return batch.characters();
   }
   void trim_head(std::size_t characters) override { text_.erase(0, characters); }
   void clear() override { text_.clear(); }
-  bool at_tail() const override { return true; }
+  void go_to_tail() override {}
+  void on_navigated(std::function<void()>) override {}
+  void set_appearance(Appearance) override {}
   std::size_t line_count() const override { return text_.empty() ? 0 : 1; }
   void set_language(Language) override {}
 
