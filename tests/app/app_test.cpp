@@ -48,10 +48,16 @@ struct Program {
   // Runs the message loop until the condition holds; false after 5 s.
   template <typename Condition>
   bool until(Condition&& condition) {
-    const auto limit = std::chrono::steady_clock::now() + 5s;
+    const auto start = std::chrono::steady_clock::now();
+    auto next_tick = start + DisplayPump::kTick;
     while (!condition()) {
-      if (std::chrono::steady_clock::now() > limit) return false;
+      const auto now = std::chrono::steady_clock::now();
+      if (now > start + 5s) return false;
       window.deliver();
+      if (now >= next_tick) {
+        window.tick();
+        next_tick = now + DisplayPump::kTick;
+      }
       std::this_thread::yield();
     }
     return true;

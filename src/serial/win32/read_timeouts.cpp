@@ -1,5 +1,6 @@
 #include "serial/win32/read_timeouts.h"
 
+#include "base/win32/wine.h"
 #include "serial/transport_limits.h"
 
 namespace hvt {
@@ -13,11 +14,6 @@ constexpr ReadTimeouts kWindows{MAXDWORD, MAXDWORD, kIdleMilliseconds, ERROR_SUC
 // Wine does not know that combination: such a read ends only when its buffer is full. With an interval of
 // 1 ms it ends 2 to 3 ms after the first byte, and a silent one fails with a time-out.
 constexpr ReadTimeouts kWine{1, 0, kIdleMilliseconds, ERROR_TIMEOUT};
-
-bool runs_on_wine() {
-  const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-  return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
-}
 
 }  // namespace
 

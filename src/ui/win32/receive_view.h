@@ -3,21 +3,15 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <functional>
 
 #include "display/display_batch.h"
+#include "display/rtf.h"
 #include "ui/receive_view.h"
+#include "ui/win32/rich_edit.h"
+#include "ui/win32/view_anchor.h"
 
 namespace hvt {
-
-// Where the text stood on screen when a group of changes began.
-struct ViewAnchor {
-  LONG selection_begin = 0;
-  LONG selection_end = 0;
-  bool start_is_active = false;  // the caret is at the selection's first character
-  LONG first_visible = 0;        // character index at the top left
-  POINT scroll{};
-  LONG trimmed = 0;  // characters taken from the head since then
-};
 
 // The receive view as a read-only rich edit control; the control is the document.
 //
@@ -30,37 +24,38 @@ class RichEditView final : public ReceiveView {
  public:
   // `control` is a "RICHEDIT50W" window that nobody else writes to; it goes before this object.
   void attach(HWND control);
-  void release() { control_ = nullptr; }
+  void release() { edit_ = RichEdit{}; }
 
   // The interface's fixed-width face in points; what the view holds and its margin change with it.
   void set_font(const wchar_t* face, int points, int dpi);
 
   void begin_update() override;
-  void end_update(bool follow) override;
+  void end_update(const ViewUpdate& update) override;
   std::size_t append(const DisplayBatch& batch) override;
   void trim_head(std::size_t characters) override;
+  void remove(std::size_t first, std::size_t count) override;
   void clear() override;
-  bool at_tail() const override;
+  void go_to_tail() override;
+  void on_navigated(std::function<void()> navigated) override { navigated_ = std::move(navigated); }
   std::size_t line_count() const override;
+  void set_appearance(Appearance appearance) override;
   void set_language(Language language) override { language_ = language; }
 
  private:
   static LRESULT CALLBACK procedure(HWND control, UINT message, WPARAM first, LPARAM second, UINT_PTR,
                                     DWORD_PTR view);
+  LRESULT on_message(HWND control, UINT message, WPARAM first, LPARAM second);
+  void follow_end(const ViewUpdate& update);
+  void stay_in_place(const ViewUpdate& update);
+  void tell_navigated() const;
   bool show_menu(LPARAM where);
   POINT caret_point() const;
-  LRESULT send(UINT message, WPARAM first = 0, LPARAM second = 0) const;
-  LONG length() const;
-  // All of the text is in view.
-  bool fits() const;
-  void select(LONG begin, LONG end);
-  void set_selection_color(ColorRole role);
-  void insert_at_end(const DisplayBatch& normalised);
-  ViewAnchor anchor() const;
-  void restore(const ViewAnchor& anchor);
 
-  HWND control_ = nullptr;
+  RichEdit edit_;
   Language language_ = Language::english;
+  Appearance appearance_ = Appearance::light;
+  RoleColors colors_{};  // of the text held
+  std::function<void()> navigated_;
   int updates_ = 0;  // begin_update() calls that still wait for their end
   ViewAnchor before_;
 };

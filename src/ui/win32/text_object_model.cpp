@@ -52,7 +52,8 @@ bool selection_start_is_active(HWND rich_edit) {
 
 void activate_selection_start(HWND rich_edit) {
   const ComPointer<ITextSelection> selection = selection_of(rich_edit);
-  if (selection) selection->SetFlags(tomSelStartActive);
+  LONG flags = 0;
+  if (selection && SUCCEEDED(selection->GetFlags(&flags))) selection->SetFlags(flags | tomSelStartActive);
 }
 
 }  // namespace hvt

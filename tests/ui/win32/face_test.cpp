@@ -380,7 +380,6 @@ TEST(Win32Face, ClosingIsToldOnceAndEverythingAfterwardsIsHarmless) {
   batch.add(L"text", ColorRole::normal);
   EXPECT_EQ(face.window.receive_view().append(batch), 0u);
   EXPECT_EQ(face.window.receive_view().line_count(), 0u);
-  EXPECT_TRUE(face.window.receive_view().at_tail());
   EXPECT_EQ(face.window.field_text(ControlId::packet_1), L"");
   EXPECT_FALSE(face.window.selected_choice(ControlId::port));
   EXPECT_FALSE(face.window.post(kTaskMessage));

@@ -1,92 +1,22 @@
 // Risks: text or colours that land elsewhere than appended (line breaks count as one character in the
-// control), a user's selection or scroll position that moves the insertion, a view that jumps while it is not
-// followed.
+// control), a stream that fails half-way, fonts and paragraphs that insertions change, a change of appearance
+// that loses text, colours or the place.
 
+#include <windows.h>
+
+#include <commctrl.h>
 #include <gtest/gtest.h>
 #include <richedit.h>
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "display/palette.h"
-#include "face_rig.h"
+#include "receive_view_rig.h"
 
 namespace hvt::test {
 namespace {
-
-using Runs = std::vector<DisplayRun>;
-
-DisplayBatch batch_of(const Runs& runs) {
-  DisplayBatch batch;
-  for (const DisplayRun& run : runs)
-    batch.add(run.text, run.role);
-  return batch;
-}
-
-DisplayBatch lines(int first, int count) {
-  DisplayBatch batch;
-  for (int i = first; i < first + count; ++i) {
-    std::wstring line{L"line "};
-    line.append(std::to_wstring(i)).append(L"\r\n");
-    batch.add(line, i % 2 == 0 ? ColorRole::normal : ColorRole::rx_payload);
-  }
-  return batch;
-}
-
-class ReceiveViewTest : public testing::Test {
- protected:
-  ReceiveViewTest() {
-    Placement placement{};
-    placement[index_of(ControlId::receive_view)] = {0, 0, 500, 200};
-    face_.window.place(placement);
-  }
-
-  LRESULT send(UINT message, WPARAM first = 0, LPARAM second = 0) const {
-    return SendMessageW(control_, message, first, second);
-  }
-  std::wstring text() const {
-    GETTEXTLENGTHEX length{GTL_PRECISE | GTL_NUMCHARS, 1200};
-    std::wstring result(
-        static_cast<std::size_t>(send(EM_GETTEXTLENGTHEX, reinterpret_cast<WPARAM>(&length))) + 1, L'\0');
-    TEXTRANGEW range{{0, -1}, result.data()};
-    result.resize(static_cast<std::size_t>(send(EM_GETTEXTRANGE, 0, reinterpret_cast<LPARAM>(&range))));
-    return result;
-  }
-  void select(LONG begin, LONG end) {
-    CHARRANGE range{begin, end};
-    send(EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&range));
-  }
-  CHARRANGE selection() const {
-    CHARRANGE range{};
-    send(EM_EXGETSEL, 0, reinterpret_cast<LPARAM>(&range));
-    return range;
-  }
-  CHARFORMAT2W format_of(LONG begin, LONG end) {
-    select(begin, end);
-    CHARFORMAT2W format{};
-    format.cbSize = sizeof format;
-    send(EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(&format));
-    return format;
-  }
-  // Moves the selection.
-  void expect_colors(const Runs& expected) {
-    LONG begin = 0;
-    for (const DisplayRun& run : expected) {
-      const LONG end = begin + static_cast<LONG>(run.text.size());
-      const CHARFORMAT2W format = format_of(begin, end);
-      const COLORREF wanted =
-          color_ref(role_color(run.role, Appearance::light, rgb(GetSysColor(COLOR_GRAYTEXT))));
-      EXPECT_NE(format.dwMask & CFM_COLOR, 0u) << "several colours in " << begin << " to " << end;
-      EXPECT_EQ(format.crTextColor, wanted) << begin << " to " << end;
-      begin = end;
-    }
-  }
-
-  Face face_;
-  HWND control_ = face_.native(ControlId::receive_view);
-  ReceiveView& view_ = face_.window.receive_view();
-};
 
 TEST_F(ReceiveViewTest, AppendedTextAndRolesAreExact) {
   struct Case {
@@ -121,6 +51,21 @@ TEST_F(ReceiveViewTest, AppendedTextAndRolesAreExact) {
       {"CR LF folds and colours stay in place",
        {{{L"[TX] ", head}, {L"a\r\nb", tx}, {L"\r\n", normal}, {L"c", rx}}},
        {{L"[TX] ", head}, {L"a\rb", tx}, {L"\r", normal}, {L"c", rx}}},
+      {"every role around line breaks",
+       {{{L"a\r\n", normal},
+         {L"b\r\n\r\n", rx},
+         {L"c", tx},
+         {L"\r\nd", head},
+         {L"<CR>\n", ColorRole::control},
+         {L"[LATE]\r", ColorRole::late},
+         {L"[TIMEOUT]\r\n", ColorRole::timeout}}},
+       {{L"a\r", normal},
+        {L"b\r\r", rx},
+        {L"c", tx},
+        {L"\rd", head},
+        {L"<CR>\r", ColorRole::control},
+        {L"[LATE]\r", ColorRole::late},
+        {L"[TIMEOUT]\r", ColorRole::timeout}}},
       {"CR LF divided between runs", {{{L"a\r", rx}, {L"\nb", tx}}}, {{L"a\r", rx}, {L"b", tx}}},
       {"lone CR and lone LF", {{{L"a\rb\nc\n\nd", rx}}}, {{L"a\rb\rc\r\rd", rx}}},
       {"several batches",
@@ -145,27 +90,191 @@ TEST_F(ReceiveViewTest, AppendedTextAndRolesAreExact) {
   }
 }
 
-TEST_F(ReceiveViewTest, TheFontSurvivesColouredInsertionsAndNothingCanBeUndone) {
-  view_.append(batch_of({{L"abc\r\n", ColorRole::rx_payload}, {L"\uD55C", ColorRole::late}}));
-  view_.trim_head(2);
-  view_.append(batch_of({{L"def", ColorRole::header}, {L"x", ColorRole::tx_payload}}));
-  const CHARFORMAT2W format = format_of(0, static_cast<LONG>(text().size()));
-  EXPECT_NE(format.dwMask & CFM_SIZE, 0u) << "one size";
-  EXPECT_EQ(format.yHeight, 200);
-  EXPECT_EQ(send(EM_CANUNDO), FALSE);
+// The view's streams as they are when the control or memory fails them, or takes liberties.
+class StreamFault {
+ public:
+  enum class Kind { error_at_once, error_after_some, silently_short, without_table, own_paragraphs };
+
+  StreamFault(HWND control, UINT message, Kind kind) : control_(control), message_(message), kind_(kind) {
+    SetWindowSubclass(control, procedure, kId, reinterpret_cast<DWORD_PTR>(this));
+  }
+  ~StreamFault() { RemoveWindowSubclass(control_, procedure, kId); }
+  StreamFault(const StreamFault&) = delete;
+  StreamFault& operator=(const StreamFault&) = delete;
+
+  int streams() const { return streams_; }
+
+ private:
+  static constexpr UINT_PTR kId = 77;
+
+  static LRESULT CALLBACK procedure(HWND control, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                                    DWORD_PTR self) {
+    auto& fault = *reinterpret_cast<StreamFault*>(self);
+    if (message != fault.message_) return DefSubclassProc(control, message, first, second);
+    auto& stream = *reinterpret_cast<EDITSTREAM*>(second);
+    ++fault.streams_;
+    return fault.fail(control, first, stream);
+  }
+
+  LRESULT fail(HWND control, WPARAM format, EDITSTREAM& stream) {
+    if (kind_ == Kind::without_table) {
+      char table_free[]{"{\\rtf1 x}"};
+      LONG taken = 0;
+      stream.pfnCallback(stream.dwCookie, reinterpret_cast<LPBYTE>(table_free), 9, &taken);
+      return taken;
+    }
+    if (kind_ == Kind::own_paragraphs) return stream_with_own_paragraphs(control, format, stream);
+    // Later streams work: what the view does to recover must succeed.
+    if (kind_ == Kind::error_at_once || streams_ > 1) {
+      if (streams_ > 1) return DefSubclassProc(control, message_, format, reinterpret_cast<LPARAM>(&stream));
+      stream.dwError = 1;
+      return 0;
+    }
+    std::string short_text{"{\\rtf1{\\colortbl;\\red1\\green2\\blue3;}\\fs60\\b\\cf1 par"};
+    short_text += kind_ == Kind::silently_short ? "t}" : "";
+    std::string_view rest = short_text;
+    EDITSTREAM replaced{reinterpret_cast<DWORD_PTR>(&rest), 0, feed};
+    const LRESULT size = DefSubclassProc(control, message_, format, reinterpret_cast<LPARAM>(&replaced));
+    stream.dwError = kind_ == Kind::silently_short ? 0 : 5;
+    return size;
+  }
+
+  LRESULT stream_with_own_paragraphs(HWND control, WPARAM format, EDITSTREAM& stream) {
+    std::string rtf(4096, '\0');
+    LONG given = 0;
+    stream.pfnCallback(stream.dwCookie, reinterpret_cast<LPBYTE>(rtf.data()), 4096, &given);
+    rtf.resize(static_cast<std::size_t>(given));
+    rtf.insert(rtf.find("\\f0\\fs"), "\\pard\\li900\\qc");
+    std::string_view rest = rtf;
+    EDITSTREAM replaced{reinterpret_cast<DWORD_PTR>(&rest), 0, feed};
+    return DefSubclassProc(control, message_, format, reinterpret_cast<LPARAM>(&replaced));
+  }
+
+  static DWORD CALLBACK feed(DWORD_PTR source, LPBYTE target, LONG wanted, LONG* given) {
+    auto& rest = *reinterpret_cast<std::string_view*>(source);
+    *given = static_cast<LONG>(rest.copy(reinterpret_cast<char*>(target), static_cast<std::size_t>(wanted)));
+    rest.remove_prefix(static_cast<std::size_t>(*given));
+    return 0;
+  }
+
+  HWND control_;
+  UINT message_;
+  Kind kind_;
+  int streams_ = 0;
+};
+
+using Fault = StreamFault::Kind;
+
+TEST_F(ReceiveViewTest, AFailingStreamIsMadeUpForWithoutDoublingText) {
+  const Runs before{{L"[RX] ", ColorRole::header}, {L"old\r", ColorRole::rx_payload}};
+  const Runs added{{L"{a}\r", ColorRole::tx_payload}, {L"b\r", ColorRole::late}, {L"c", ColorRole::header}};
+  for (const Runs& held : {before, Runs{}}) {
+    for (const Fault kind : {Fault::error_at_once, Fault::error_after_some, Fault::silently_short}) {
+      SCOPED_TRACE(std::to_string(static_cast<int>(kind)) + " into " + std::to_string(held.size()) + " runs");
+      view_.clear();
+      const auto characters = static_cast<LONG>(view_.append(batch_of(held)));
+      {
+        const StreamFault fault{control_, EM_STREAMIN, kind};
+        EXPECT_EQ(view_.append(batch_of(added)), 7u);
+        EXPECT_EQ(fault.streams(), 1);
+      }
+      EXPECT_EQ(text().substr(static_cast<std::size_t>(characters)), L"{a}\rb\rc");
+      Runs all = held;
+      all.insert(all.end(), added.begin(), added.end());
+      expect_colors(all);
+      const CHARFORMAT2W format = format_of(0, edit_.length());
+      EXPECT_NE(format.dwMask & CFM_SIZE, 0u) << "one size";
+      EXPECT_EQ(format.yHeight, 200);
+      EXPECT_EQ(format.dwEffects & CFE_BOLD, 0u);
+      EXPECT_EQ(edit_.send(EM_CANUNDO), FALSE);
+    }
+  }
 }
 
-TEST_F(ReceiveViewTest, ASelectionNeitherMovesTheInsertionNorIsMovedByIt) {
-  view_.append(lines(0, 5));
-  const std::wstring before = text();
-  select(3, 9);
-  view_.append(batch_of({{L"new", ColorRole::tx_payload}, {L"er", ColorRole::late}}));
-  EXPECT_EQ(text(), before + L"newer");
-  EXPECT_EQ(selection().cpMin, 3);
-  EXPECT_EQ(selection().cpMax, 9);
+TEST_F(ReceiveViewTest, OneRoleIsInsertedWithoutAStream) {
+  const StreamFault fault{control_, EM_STREAMIN, Fault::error_at_once};
+  view_.append(batch_of({{L"a\r", ColorRole::late}, {L"\n", ColorRole::header}}));
+  EXPECT_EQ(fault.streams(), 0);
+  EXPECT_EQ(text(), L"a\r");
+}
+
+TEST_F(ReceiveViewTest, FontSizeAndStyleSurviveColouredInsertions) {
+  auto& view = static_cast<RichEditView&>(view_);
+  for (const int points : {8, 12, 24}) {
+    for (const int dpi : {96, 144, 192}) {
+      SCOPED_TRACE(std::to_string(points) + " points at " + std::to_string(dpi));
+      view_.clear();
+      view.set_font(kFixedFace, points, dpi);
+      view_.append(batch_of({{L"abc\r\n", ColorRole::rx_payload}, {L"\uD55C", ColorRole::late}}));
+      view_.append(batch_of({{L"plain", ColorRole::rx_payload}}));
+      view_.trim_head(2);
+      view_.append(batch_of({{L"def", ColorRole::header}, {L"x\r\n", ColorRole::tx_payload}}));
+      const CHARFORMAT2W format = format_of(0, edit_.length());
+      EXPECT_NE(format.dwMask & CFM_SIZE, 0u) << "one size";
+      EXPECT_EQ(format.yHeight, points * 20);
+      EXPECT_NE(format.dwMask & CFM_FACE, 0u) << "one face";
+      EXPECT_STREQ(format.szFaceName, kFixedFace);
+      EXPECT_EQ(format.dwEffects & (CFE_BOLD | CFE_ITALIC | CFE_UNDERLINE | CFE_STRIKEOUT), 0u);
+    }
+  }
+}
+
+TEST_F(ReceiveViewTest, InsertedTextTakesTheFontStyleAndParagraphsThatAreThere) {
+  view_.append(batch_of({{L"x", ColorRole::normal}}));
+  edit_.select(0, 1);
+  PARAFORMAT2 paragraph = edit_.paragraph_format();
+  paragraph.dwMask = PFM_STARTINDENT | PFM_OFFSET | PFM_ALIGNMENT | PFM_SPACEBEFORE;
+  paragraph.dxStartIndent = 300;
+  paragraph.dxOffset = -100;
+  paragraph.wAlignment = PFA_RIGHT;
+  paragraph.dySpaceBefore = 60;
+  edit_.set_paragraph_format(paragraph);
+  CHARFORMAT2W style{};
+  style.cbSize = sizeof style;
+  style.dwMask = CFM_ITALIC | CFM_UNDERLINE;
+  style.dwEffects = CFE_ITALIC | CFE_UNDERLINE;
+  edit_.set_character_format(style);
+
+  view_.append(batch_of({{L"a\r\n", ColorRole::rx_payload}, {L"b\r\nc", ColorRole::late}}));
+  {
+    const StreamFault fault{control_, EM_STREAMIN, Fault::own_paragraphs};
+    view_.append(batch_of({{L"\r\nd", ColorRole::rx_payload}, {L"\r\ne", ColorRole::late}}));
+  }
+  view_.append(batch_of({{L"\r\nf", ColorRole::rx_payload}}));
+  EXPECT_EQ(text(), L"xa\rb\rc\rd\re\rf");
+  const CHARFORMAT2W format = format_of(0, edit_.length());
+  EXPECT_NE(format.dwMask & CFM_ITALIC, 0u);
+  EXPECT_EQ(format.dwEffects & (CFE_ITALIC | CFE_UNDERLINE | CFE_BOLD), DWORD{CFE_ITALIC | CFE_UNDERLINE});
+  for (const LONG place : {1, 3, 5, 7, 9, 11}) {
+    SCOPED_TRACE(place);
+    edit_.select(place, place);
+    const PARAFORMAT2 actual = edit_.paragraph_format();
+    EXPECT_EQ(actual.dxStartIndent, 300);
+    EXPECT_EQ(actual.dxOffset, -100);
+    EXPECT_EQ(actual.wAlignment, PFA_RIGHT);
+    EXPECT_EQ(actual.dySpaceBefore, 60);
+  }
+}
+
+TEST_F(ReceiveViewTest, NothingThatTheProgramDoesCanBeUndone) {
+  const auto expect_nothing = [&](const char* after) {
+    EXPECT_EQ(edit_.send(EM_CANUNDO), FALSE) << after;
+    edit_.send(EM_UNDO);
+    EXPECT_EQ(edit_.send(EM_CANREDO), FALSE) << after;
+  };
+  view_.append(batch_of({{L"one role", ColorRole::rx_payload}}));
+  expect_nothing("a plain insertion");
+  view_.append(batch_of({{L"abc\r\n", ColorRole::rx_payload}, {L"d", ColorRole::late}}));
+  expect_nothing("a stream");
   view_.trim_head(2);
-  EXPECT_EQ(selection().cpMin, 1) << "the selected characters stay selected";
-  EXPECT_EQ(selection().cpMax, 7);
+  expect_nothing("trimming");
+  view_.set_appearance(Appearance::dark);
+  expect_nothing("recolouring");
+  EXPECT_EQ(text(), L"e roleabc\rd");
+  view_.clear();
+  view_.append(batch_of({{L"again", ColorRole::rx_payload}, {L"d", ColorRole::late}}));
+  expect_nothing("clearing");
+  EXPECT_EQ(text(), L"againd");
 }
 
 TEST_F(ReceiveViewTest, TrimmingTakesExactlyTheHeadAndKeepsTheColoursOfTheRest) {
@@ -192,110 +301,98 @@ TEST_F(ReceiveViewTest, LinesAreCountedAsTheViewWrapsThem) {
   EXPECT_EQ(view_.line_count(), 0u);
 }
 
-TEST_F(ReceiveViewTest, FollowingShowsTheEndAndOtherwiseTheViewStaysPut) {
-  EXPECT_TRUE(view_.at_tail()) << "empty";
-  view_.append(lines(0, 3));
-  EXPECT_TRUE(view_.at_tail()) << "all in view";
-  view_.clear();
-  view_.begin_update();
-  view_.append(lines(0, 60));
-  view_.append(lines(60, 40));
-  view_.end_update(true);
-  EXPECT_TRUE(view_.at_tail());
+const Runs kOneOfEach{{L"normal\r", ColorRole::normal},        {L"rx {1}\r", ColorRole::rx_payload},
+                      {L"tx \uD55C\r", ColorRole::tx_payload}, {L"[RX] ", ColorRole::header},
+                      {L"<CR><LF>", ColorRole::control},       {L"[LATE]\r", ColorRole::late},
+                      {L"[TIMEOUT]", ColorRole::timeout}};
 
-  send(WM_VSCROLL, SB_TOP);
-  send(EM_LINESCROLL, 0, 20);
-  EXPECT_FALSE(view_.at_tail());
-  const LRESULT top = send(EM_GETFIRSTVISIBLELINE);
-  EXPECT_EQ(top, 20);
-  view_.begin_update();
-  view_.append(lines(100, 40));
-  view_.end_update(false);
-  EXPECT_EQ(send(EM_GETFIRSTVISIBLELINE), top);
-  view_.begin_update();
-  view_.trim_head(7 * 5);  // "line 0" to "line 4"
-  view_.end_update(false);
-  EXPECT_EQ(send(EM_GETFIRSTVISIBLELINE), top - 5) << "the same text is at the top";
-  EXPECT_FALSE(view_.at_tail());
+TEST_F(ReceiveViewTest, AnotherAppearanceAndBackChangesColoursAlone) {
+  view_.append(batch_of(kOneOfEach));
+  for (int i = 0; i < 10; ++i)
+    view_.append(lines(10 * i, 10));
+  edit_.select(30, 40);
+  edit_.send(EM_LINESCROLL, 0, 20 - first_visible_line());
+  const std::wstring before = text();
+  const POINT scroll = edit_.scroll_position();
+  ASSERT_LT(0, scroll.y);
+  const auto background = static_cast<COLORREF>(edit_.send(EM_SETBKGNDCOLOR, 0, 0));
+  EXPECT_EQ(background, GetSysColor(COLOR_WINDOW));
 
-  view_.begin_update();
-  view_.end_update(true);
-  EXPECT_TRUE(view_.at_tail());
-  view_.clear();
-  EXPECT_TRUE(view_.at_tail());
-  view_.append(lines(0, 3));
-  EXPECT_TRUE(view_.at_tail()) << "short again";
+  for (const Appearance appearance :
+       {Appearance::dark, Appearance::light, Appearance::dark, Appearance::light}) {
+    SCOPED_TRACE(static_cast<int>(appearance));
+    edit_.select(30, 40);
+    edit_.set_scroll_position(scroll);
+    view_.set_appearance(appearance);
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(edit_.selection().cpMin, 30);
+    EXPECT_EQ(edit_.selection().cpMax, 40);
+    EXPECT_EQ(edit_.scroll_position().y, scroll.y);
+    EXPECT_EQ(static_cast<COLORREF>(edit_.send(EM_SETBKGNDCOLOR, 0, 0)),
+              appearance == Appearance::dark ? RGB(30, 30, 30) : background);
+    expect_colors(kOneOfEach, appearance);
+    const CHARFORMAT2W format = format_of(0, edit_.length());
+    EXPECT_EQ(format.yHeight, 200) << "one size, the old one";
+    EXPECT_STREQ(format.szFaceName, kFixedFace);
+  }
 }
 
-// While it lives, the entries of every menu that opens on this thread are noted; "-" marks a disabled one.
-class MenuWatch {
- public:
-  MenuWatch() : hook_(SetWindowsHookExW(WH_CALLWNDPROC, note, nullptr, GetCurrentThreadId())) {}
-  ~MenuWatch() { UnhookWindowsHookEx(hook_); }
-  MenuWatch(const MenuWatch&) = delete;
-  MenuWatch& operator=(const MenuWatch&) = delete;
+TEST_F(ReceiveViewTest, TextThatComesLaterHasTheColoursOfTheAppearance) {
+  view_.set_appearance(Appearance::dark);
+  view_.append(batch_of(kOneOfEach));
+  view_.append(batch_of({{L"\r", ColorRole::timeout}}));
+  view_.append(batch_of({{L"more", ColorRole::rx_payload}}));
+  Runs expected = kOneOfEach;
+  expected.push_back({L"\r", ColorRole::timeout});
+  expected.push_back({L"more", ColorRole::rx_payload});
+  expect_colors(expected, Appearance::dark);
+}
 
-  std::wstring take() { return std::exchange(seen(), {}); }
+TEST_F(ReceiveViewTest, TheAppearanceInForceIsNotSetAgain) {
+  view_.append(batch_of(kOneOfEach));
+  const StreamFault fault{control_, EM_STREAMOUT, Fault::error_at_once};
+  view_.set_appearance(Appearance::light);
+  EXPECT_EQ(fault.streams(), 0);
+}
 
- private:
-  static std::wstring& seen() {
-    static std::wstring text;
-    return text;
-  }
-
-  static LRESULT CALLBACK note(int code, WPARAM first, LPARAM second) {
-    const auto& message = *reinterpret_cast<const CWPSTRUCT*>(second);
-    if (message.message == WM_INITMENUPOPUP) {
-      const auto menu = reinterpret_cast<HMENU>(message.wParam);
-      for (UINT i = 0; i < static_cast<UINT>(GetMenuItemCount(menu)); ++i) {
-        wchar_t caption[64]{};
-        GetMenuStringW(menu, i, caption, 64, MF_BYPOSITION);
-        const bool enabled = (GetMenuState(menu, i, MF_BYPOSITION) & MF_GRAYED) == 0;
-        seen().append(enabled ? L"[" : L"-[").append(caption).append(L"]");
+TEST_F(ReceiveViewTest, WhatCannotBeRecolouredStaysWholeAndSaysWhy) {
+  struct Case {
+    UINT message;
+    Fault kind;
+    const char* reason;
+  };
+  const Case cases[]{
+      {EM_STREAMOUT, Fault::error_at_once, "Could not read receive colors for the theme change."},
+      {EM_STREAMOUT, Fault::without_table, "Could not find the receive color table."},
+      {EM_STREAMIN, Fault::error_at_once, "Could not apply receive colors for the theme change."},
+      {EM_STREAMIN, Fault::error_after_some, "Could not apply receive colors for the theme change."},
+      {EM_STREAMIN, Fault::silently_short, "Could not apply receive colors for the theme change."},
+  };
+  for (const Case& named : cases) {
+    SCOPED_TRACE(named.reason);
+    view_.clear();
+    view_.append(batch_of(kOneOfEach));
+    const std::wstring before = text();
+    edit_.select(3, 9);
+    {
+      const StreamFault fault{control_, named.message, named.kind};
+      try {
+        view_.set_appearance(Appearance::dark);
+        ADD_FAILURE() << "no error";
+      } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), named.reason);
       }
     }
-    return CallNextHookEx(nullptr, code, first, second);
+    EXPECT_EQ(text(), before);
+    EXPECT_EQ(edit_.selection().cpMin, 3);
+    EXPECT_EQ(edit_.selection().cpMax, 9);
+    view_.append(batch_of({{L"\r", ColorRole::normal}, {L"later", ColorRole::rx_payload}}));
+    Runs expected = kOneOfEach;
+    expected.push_back({L"\r", ColorRole::normal});
+    expected.push_back({L"later", ColorRole::rx_payload});
+    expect_colors(expected);
+    EXPECT_NE(GetWindowLongW(control_, GWL_STYLE) & WS_VISIBLE, 0) << "redrawing is on again";
   }
-
-  HHOOK hook_;
-};
-
-std::wstring clipboard_text() {
-  std::wstring result;
-  if (!OpenClipboard(nullptr)) return result;
-  if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
-    result = static_cast<const wchar_t*>(GlobalLock(data));
-    GlobalUnlock(data);
-  }
-  CloseClipboard();
-  return result;
-}
-
-TEST_F(ReceiveViewTest, ItsMenuCopiesAndSelectsInEitherLanguage) {
-  MenuWatch menus;
-  // The open menu takes the keys that wait by then.
-  const auto open_menu = [&](UINT message, LPARAM where, const std::vector<WPARAM>& keys) {
-    for (const WPARAM key : keys)
-      PostMessageW(control_, WM_KEYDOWN, key, 0);
-    send(message, 0, where);
-    return menus.take();
-  };
-  constexpr LPARAM kByKeyboard = -1;
-  EXPECT_EQ(open_menu(WM_CONTEXTMENU, kByKeyboard, {VK_ESCAPE}), L"-[Copy]-[Select all]");
-  view_.append(batch_of({{L"first\r\nsecond", ColorRole::rx_payload}}));
-  select(0, 0);
-  EXPECT_EQ(open_menu(WM_RBUTTONUP, MAKELPARAM(20, 20), {VK_UP, VK_RETURN}), L"-[Copy][Select all]");
-  EXPECT_EQ(selection().cpMin, 0);
-  EXPECT_LE(12, selection().cpMax);
-  view_.set_language(Language::korean);
-  const std::wstring korean{L"[\xBCF5\xC0AC][\xBAA8\xB450 \xC120\xD0DD]"};
-  EXPECT_EQ(open_menu(WM_CONTEXTMENU, kByKeyboard, {VK_DOWN, VK_RETURN}), korean);
-  EXPECT_EQ(clipboard_text(), L"first\r\nsecond");
-
-  RECT window{};
-  GetWindowRect(control_, &window);
-  const LPARAM scroll_bar = MAKELPARAM(window.right - 3, window.top + 40);
-  EXPECT_NE(open_menu(WM_CONTEXTMENU, scroll_bar, {VK_ESCAPE}), korean) << "it has a menu of its own";
 }
 
 }  // namespace
