@@ -242,6 +242,8 @@ TEST(App, RefusesToSendWithoutAConnectionOrAPacket) {
   program.app.command(ControlId::transmit);  // folded: a stale click is refused without a trace
   program.window.type(packet_field(0), L"hello");
   program.app.command(send_button(0));
+  program.app.command(ControlId::repeat);
+  EXPECT_EQ(program.repeat_caption(), L"Repeat Send");
   EXPECT_EQ(program.window.status(), L"Unsupported escape character.");
   EXPECT_TRUE(program.device->writes().empty());
 }
@@ -371,8 +373,10 @@ TEST(App, OnlyTheLastPacketOfABurstWaits) {
   EXPECT_EQ(program.window.status(), L"RX Timeout: enter a valid number.");
   program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
   ASSERT_TRUE(program.shows(L"[TX] A\r\n[TX] A\r\n[TX] A"));
+  const std::wstring status = program.window.status();
   program.app.command(ControlId::repeat);  // ignored, and the wait goes on
   EXPECT_EQ(program.repeat_caption(), L"Repeat Send");
+  EXPECT_EQ(program.window.status(), status);
   program.device->feed({'x'});
   EXPECT_TRUE(program.shows_masked(L"[TX] A\r\n[TX] A\r\n[TX] A [t ms]\r\n[RX] x"));
 }
@@ -429,12 +433,23 @@ TEST(App, AClearForgetsTheWait) {
   Program program;
   program.connect();
   program.open_transmit(L"A");
-  program.wait_for_rx(L"99999999");
+  program.wait_for_rx(L"10");
   program.app.command(send_button(0));
-  ASSERT_TRUE(program.shows(L"[TX] A"));
+  ASSERT_TRUE(program.shows(L"[TX] A [TIMEOUT]"));
   program.app.command(ControlId::clear);
-  program.device->feed({'x'});
-  EXPECT_TRUE(program.shows(L"[RX] x"));
+  program.device->feed({'x'});  // would be late
+  ASSERT_TRUE(program.shows(L"[RX] x"));
+
+  program.window.type(ControlId::rx_timeout, L"200");
+  program.app.command(send_button(0));
+  ASSERT_TRUE(program.device->wait_for_writes(2));
+  program.app.command(ControlId::clear);
+  ASSERT_TRUE(program.until([&] {  // taken when the worker has let go of the wait
+    program.app.command(ControlId::repeat);
+    return program.repeat_caption() == L"Stop";
+  }));
+  ASSERT_TRUE(program.until([&] { return !program.window.shown().empty(); }));
+  EXPECT_TRUE(program.window.shown().starts_with(L"---")) << "an orphan in the cleared view";
 }
 
 TEST(App, RepeatsWithSeparatorsAndUnlocksAtTheEnd) {
@@ -506,6 +521,7 @@ TEST(App, ARepeatRunStopsWithItsConnection) {
       {"failed write after a stop",
        [](auto& program) {
          program.app.command(ControlId::repeat);
+         EXPECT_EQ(program.repeat_caption(), L"Stopping...");
          program.device->set_write_mode(ScriptedTransport::WriteMode::kFail, L"Broken.");
        },
        L"Broken."},

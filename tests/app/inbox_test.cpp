@@ -65,6 +65,22 @@ TEST(Inbox, HandsOutNothingBehindAPacketThatIsBeingWritten) {
   }
 }
 
+TEST(Inbox, ATimeOutThatALateAnswerTellsFirstStandsBeforeIt) {
+  using Kind = InboxEvent::Kind;
+  Inbox inbox([] {});
+  InboxBatch batch;
+  for (const bool told : {false, true}) {
+    const auto timeout = told ? std::nullopt : std::optional(10);
+    inbox.add_received(Bytes{1}, {}, ReceiveTimingInfo{ReceiveTimingInfo::Kind::late, {}, timeout});
+    inbox.take(batch);
+    std::vector<Kind> kinds;
+    for (const InboxEvent& event : batch.events)
+      kinds.push_back(event.kind);
+    const std::vector<Kind> late{Kind::timed_out, Kind::late, Kind::received};
+    EXPECT_EQ(kinds, std::vector(late.begin() + (told ? 1 : 0), late.end()));
+  }
+}
+
 TEST(Inbox, CountsWhatItCannotKeep) {
   int wakes = 0;
   Inbox inbox([&] { ++wakes; }, 4);
