@@ -43,6 +43,7 @@ bool takes_tab(std::size_t row) {
   switch (kControls[row].kind) {
     case ControlKind::label:
     case ControlKind::title:
+    case ControlKind::counter:
     case ControlKind::status: return false;
     case ControlKind::radio: return kControls[row - 1].kind != ControlKind::radio;
     default: return true;
