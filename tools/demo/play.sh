@@ -43,7 +43,7 @@ for _ in $(seq 100); do [ -s "$out/device.txt" ] && break; sleep 0.05; done
 
 # The program, a copy in a folder of its own: settings lie beside it.
 mkdir "$runtime/program"
-cp "${windows:-$build}/src/app/HalvetricSerialTest"* "$runtime/program"
+find "${windows:-$build}/src/app" -maxdepth 1 -type f -name "HalvetricSerialTest*" -exec cp {} "$runtime/program" \;
 if [ -n "$windows" ]; then
   # COM9 is the device, and the only port listed: COM1 is this machine's own console.
   ln -sfn "$(grep -oE '/dev/pts/[0-9]+' "$out/device.txt" | head -1)" "$WINEPREFIX/dosdevices/com9"

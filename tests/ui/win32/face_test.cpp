@@ -264,8 +264,7 @@ TEST(Win32Face, HeadingsOfTheGroupsAreBold) {
     if (row.kind == ControlKind::receive_view) continue;
     LOGFONTW font{};
     GetObjectW(font_of(face.native(row.id)), sizeof font, &font);
-    EXPECT_EQ(font.lfWeight >= FW_SEMIBOLD,
-              row.kind == ControlKind::title || row.id == ControlId::transmit)
+    EXPECT_EQ(font.lfWeight >= FW_SEMIBOLD, row.kind == ControlKind::title || row.id == ControlId::transmit)
         << row.name;
   }
 }
