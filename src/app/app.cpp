@@ -188,7 +188,7 @@ void App::connect() {
   if (!settings) return;
   const auto timeout = window_->selected_choice(ControlId::timeout).value_or(0);
   const int seconds = parse_field_number(kTimeoutSeconds[timeout], 1, 5, words(TextId::connection_timeout));
-  const std::uint64_t attempt = ++attempt_;
+  const std::uint64_t attempt = connected_attempt_ = ++attempt_;
   const bool started =
       serial_.connect(*settings, seconds * 1000, [=, this](bool connected, const std::wstring& message) {
         post_to_ui([=, this] { connect_ended(attempt, connected, message, seconds); });
@@ -232,7 +232,7 @@ SerialPort::Callbacks App::serial_callbacks() {
       .status = [this](const SerialStatus& status) { on_status(status); },
       .lost =
           [this](const std::wstring& message) {
-            const std::uint64_t attempt = attempt_;
+            const std::uint64_t attempt = connected_attempt_;
             post_to_ui([=, this] { connection_lost(attempt, message); });
           },
   };
@@ -332,36 +332,41 @@ TransmitPanel App::read_transmit_panel() const {
 bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error) {
   {
     const ResponseWaitSlot::Turn turn(*waits_);
-    if (!mark_sent(bytes)) {
+    if (!mark_sent(bytes, Inbox::Write::direct)) {
       error = L"A transmission is already in progress.";
       return false;
     }
     cancel_waits(turn, std::chrono::steady_clock::now());  // no response is waited for behind this packet
   }
-  return write_marked(bytes, error);
-}
-
-bool App::mark_sent(std::span<const std::uint8_t> bytes) {
-  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
-  return inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options);
-}
-
-bool App::write_marked(std::span<const std::uint8_t> bytes, std::wstring& error) {
   const bool written = serial_.write(bytes, error);
   inbox_.end_sent(written ? Inbox::Written::yes : Inbox::Written::no);
   return written;
 }
 
+bool App::mark_sent(std::span<const std::uint8_t> bytes, Inbox::Write write) {
+  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
+  return inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options, write);
+}
+
 RepeatEngine::Link App::engine_link() {
   return {
-      .write =
-          [this](std::span<const std::uint8_t> bytes, std::wstring& error) {
-            if (place_marked_) return write_marked(bytes, error);
-            error = L"A transmission is already in progress.";
-            return false;
-          },
+      .write = [this](std::span<const std::uint8_t> bytes,
+                      std::wstring& error) { return write_packet(bytes, error); },
       .disconnect = [this] { write_broke_ = true; },  // together with the message, which follows
   };
+}
+
+// The time of a write is taken when this returns, so that a success is noted afterwards, with the event
+// `sent`.
+bool App::write_packet(std::span<const std::uint8_t> bytes, std::wstring& error) {
+  if (!place_marked_) {
+    error = L"A transmission is already in progress.";
+    return false;
+  }
+  if (serial_.write(bytes, error)) return true;
+  inbox_.end_sent(Inbox::Written::no);
+  place_marked_ = false;
+  return false;
 }
 
 // Sending and timed_out come in a turn of the wait slot, so what is noted here stands in the order of the
@@ -369,8 +374,10 @@ RepeatEngine::Link App::engine_link() {
 void App::on_repeat(const RepeatEvent& event) {
   switch (event.kind) {
     case RepeatEventKind::iteration: return inbox_.add_iteration(event.iteration, repeat_count_);
-    case RepeatEventKind::sending: place_marked_ = mark_sent(event.bytes); return;
-    case RepeatEventKind::sent: return;
+    case RepeatEventKind::sending: place_marked_ = mark_sent(event.bytes, Inbox::Write::queued); return;
+    case RepeatEventKind::sent:  // once more when its response came
+      if (std::exchange(place_marked_, false)) inbox_.end_sent(Inbox::Written::yes);
+      return;
     case RepeatEventKind::timed_out: return inbox_.add_timeout();
     case RepeatEventKind::ended:
     case RepeatEventKind::stopped: return post_to_ui([this] { update_controls(); });
@@ -501,7 +508,7 @@ void App::pump_display() {
 void App::clear_display(bool undisturbed) {
   const auto clear = [this] {
     {
-      // A write in progress is waited for within the turn; it needs no turn to end.
+      // A direct write in progress is waited for within the turn; it needs no turn to end.
       const ResponseWaitSlot::Turn turn(*waits_);
       inbox_.clear();
       cancel_waits(turn, std::chrono::steady_clock::now());

@@ -80,8 +80,8 @@ class App final : public WindowEvents {
   void show_line_status(std::uint64_t attempt);
   enum class Connection { good, broken };
   void run_failed(std::uint64_t attempt, const std::wstring& message, Connection connection);
-  bool write_marked(std::span<const std::uint8_t> bytes, std::wstring& error);
-  bool mark_sent(std::span<const std::uint8_t> bytes);
+  bool write_packet(std::span<const std::uint8_t> bytes, std::wstring& error);
+  bool mark_sent(std::span<const std::uint8_t> bytes, Inbox::Write write);
   RepeatEngine::WaitOptions read_wait_options() const;
   TransmitPanel read_transmit_panel() const;
   void stop_repeat();
@@ -138,6 +138,7 @@ class App final : public WindowEvents {
   Guarded<std::optional<SerialStatus>> new_status_;  // waits for the interface thread, the latest only
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
   std::atomic<std::uint64_t> attempt_{0};
+  std::atomic<std::uint64_t> connected_attempt_{0};  // the latest connect()
   std::uint64_t lost_bytes_ = 0;
   std::wstring line_count_;             // as shown
   bool told_about_high_speed_ = false;  // once per run of the program

@@ -64,9 +64,11 @@ class Inbox {
   void add_timeout();
   void add_iteration(std::uint32_t iteration, std::uint32_t repeat_count);
 
-  // Marks the place of a packet about to be written. False while another one is being written.
+  // Marks the place of a packet about to be written. False while another one is being written. A clear waits
+  // until a direct write has ended; a queued one goes on without its place.
+  enum class Write { queued, direct };
   bool begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
-                  const DisplayOptions& options);
+                  const DisplayOptions& options, Write write = Write::queued);
   // The write has ended; a packet that was not written leaves no trace.
   enum class Written { yes, no };
   void end_sent(Written written);
@@ -74,7 +76,7 @@ class Inbox {
   // Replaces `batch` by everything that may be shown by now; its storage is reused.
   void take(InboxBatch& batch);
 
-  // Waits for a write in progress, then drops everything, the loss counter included.
+  // Drops everything, the loss counter and the place of a queued packet that is being written included.
   void clear();
 
  private:
@@ -87,7 +89,9 @@ class Inbox {
   std::mutex mutex_;
   std::condition_variable write_ended_;
   bool writing_ = false;
-  std::size_t writing_event_ = 0;  // index of the packet being written
+  Write write_ = Write::queued;
+  bool place_kept_ = false;        // the packet being written has its place in filling_
+  std::size_t writing_event_ = 0;  // its index there
   std::size_t bytes_before_ = 0;   // bytes of the events in front of it
   InboxBatch filling_;
 };

@@ -622,22 +622,40 @@ TEST(App, AnUnpluggedPortStaysChosenThroughRefreshes) {
   ASSERT_TRUE(program.status_becomes(L"Connected to COM8"));
 }
 
-TEST(App, ClearWaitsForAWriteAndThenNothingOldComesBack) {
-  Program program;
-  program.connect();
-  program.open_transmit(L"PING");
-  program.device->feed({'o', 'l', 'd'});
-  ASSERT_TRUE(program.shows(L"[RX] old"));
-  program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
-  program.app.command(send_button(0));
-  ASSERT_TRUE(program.device->wait_until_write_blocks());
-  std::jthread device([&] { program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept); });
-  program.app.command(ControlId::clear);
-  EXPECT_EQ(program.device->writes().size(), 1u);  // the clear came after it
-  program.window.tick();
-  EXPECT_EQ(program.window.shown(), L"");
-  program.device->feed({'n', 'e', 'w'});
-  EXPECT_TRUE(program.shows(L"[RX] new"));
+TEST(App, AClearDuringAWriteLeavesNothingThatComesBack) {
+  struct Case {
+    const char* name;
+    bool direct;
+  };
+  for (const Case& c : {Case{"queued packet: the clear does not wait for it", false},
+                        Case{"direct write: the clear waits", true}}) {
+    SCOPED_TRACE(c.name);
+    Program program;
+    program.connect();
+    program.open_transmit(L"PING");
+    program.device->feed({'o', 'l', 'd'});
+    ASSERT_TRUE(program.shows(L"[RX] old"));
+    program.device->set_write_mode(ScriptedTransport::WriteMode::kBlock);
+    std::jthread writer;
+    if (c.direct) {
+      writer = std::jthread([&] {
+        std::wstring error;
+        EXPECT_TRUE(program.app.direct_write(ScriptedTransport::Bytes{'D'}, error));
+      });
+    } else {
+      program.app.command(send_button(0));
+    }
+    ASSERT_TRUE(program.device->wait_until_write_blocks());
+    std::jthread device;
+    if (c.direct)
+      device = std::jthread([&] { program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept); });
+    program.app.command(ControlId::clear);
+    EXPECT_EQ(program.device->writes().size(), c.direct ? 1u : 0u);
+    program.device->set_write_mode(ScriptedTransport::WriteMode::kAccept);
+    ASSERT_TRUE(program.device->wait_for_writes(1));
+    program.device->feed({'n', 'e', 'w'});
+    EXPECT_TRUE(program.shows(L"[RX] new"));
+  }
 }
 
 TEST(App, ADirectWriteIsShownOrTellsWhyNot) {

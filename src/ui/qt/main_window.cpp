@@ -174,6 +174,8 @@ void QtMainWindow::set_caption(ControlId id, std::wstring_view caption) {
   if (is_static_text(kind)) as<QLabel>(id).setText(to_qstring(caption));
   if (is_push(kind)) as<QAbstractButton>(id).setText(literal(caption));
   if (id == ControlId::receive_title) widget(ControlId::receive_view).setAccessibleName(to_qstring(caption));
+  if (id == ControlId::packet_number_label)  // of two fields; the second one follows another label
+    widget(ControlId::end_packet).setAccessibleName(to_qstring(caption));
   if (kind == ControlKind::button && is_packet_row(id)) {
     const QString number = QString::number(packet_row(id) + 1);
     widget(id).setAccessibleName(to_qstring(caption) + QLatin1Char(' ') + number);
