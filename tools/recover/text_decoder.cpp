@@ -87,6 +87,7 @@ std::size_t TextDecoder::step(std::string_view text) {
     if (line_ == Line::status) line_ = Line::received;
     return kLineBreak.size();
   }
+  if (text == kLineBreak.substr(0, 1)) return 1;  // the end of an unfinished recording
   if (line_ != Line::received) return std::max<std::size_t>(1, std::min(text.find('\r'), text.size()));
   return format_ == ReceiveFormat::hex ? hex_step(text) : ascii_step(text);
 }
@@ -127,6 +128,7 @@ std::size_t TextDecoder::ascii_step(std::string_view text) {
 std::size_t TextDecoder::hex_step(std::string_view text) {
   if (text.front() == ' ') return 1;
   const auto high = hex_digit(text.front());
+  if (high && text.size() == 1) return 1;  // the end of an unfinished recording
   const auto low = text.size() > 1 ? hex_digit(text[1]) : std::nullopt;
   if (!high || !low) return fault();
   emit(static_cast<std::uint8_t>(*high << 4 | *low));
