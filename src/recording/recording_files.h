@@ -57,6 +57,9 @@ class RecordingFiles {
 
   // With all parents; existing ones are no failure. The code is an errno value on every system.
   virtual FileResult create_folders(const std::filesystem::path& path) = 0;
+  // Room on the disk of that folder, kept until the result goes: what is said about a recording that filled
+  // the disk has to fit on it, too. Null where it cannot be had without a file that others see.
+  virtual std::shared_ptr<void> reserve(const std::filesystem::path& folder, std::size_t bytes) = 0;
   // A new file to write to; null with the reason in `result`.
   virtual std::unique_ptr<OutputFile> create_new(const std::filesystem::path& path, FileResult& result) = 0;
   // Puts one file in the place of another in one step.

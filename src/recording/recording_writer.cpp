@@ -11,6 +11,9 @@
 namespace hvt {
 namespace {
 
+// Holds the longest metadata: 256 error reports of less than 100 bytes and the texts, escaped.
+constexpr std::size_t kReservedBytes = std::size_t{64} << 10;
+
 RecordingConfig valid(RecordingConfig config) {
   validate(config);
   config.filename = sanitised_name(config.filename);
@@ -44,6 +47,7 @@ RecordingWriter::RecordingWriter(RecordingConfig config, std::function<void()> e
   if (!folders.ok())
     throw std::runtime_error("Cannot create recording directory " +
                              errno_suffix(static_cast<int>(folders.code)));
+  reserve_ = files_->reserve(config_.directory, kReservedBytes);
   choose_base();
   const auto start = [this] {
     create_first_part();
@@ -191,7 +195,7 @@ RecordingStatus RecordingWriter::status() const {
   const std::lock_guard lock(mutex_);
   return {
       .accepting = accepting_,
-      .ended = facts_.finalized,
+      .ended = ended_,
       .integrity = facts_.integrity,
       .stop_reason = stop_reason_,
       .log_error = facts_.log_error,
@@ -293,6 +297,7 @@ void RecordingWriter::close_parts() {
 }
 
 void RecordingWriter::finalize() {
+  reserve_.reset();
   {
     const std::lock_guard lock(mutex_);
     facts_.stop_reason = stop_reason_;
@@ -300,6 +305,8 @@ void RecordingWriter::finalize() {
     facts_.finalized = true;
   }
   publish();
+  const std::lock_guard lock(mutex_);
+  ended_ = true;
 }
 
 void RecordingWriter::publish() {

@@ -24,7 +24,7 @@ namespace hvt {
 // What the window shows of a session. An empty error text means none.
 struct RecordingStatus {
   bool accepting = false;  // enqueue() still takes blocks
-  bool ended = false;      // everything is written and closed
+  bool ended = false;      // everything is written and closed, the metadata too
   Integrity integrity = Integrity::no_reported_problem;
   StopReason stop_reason = StopReason::none;  // known as soon as the session stops accepting
   std::wstring log_error;                     // the first one; the session stopped because of it
@@ -118,6 +118,7 @@ class RecordingWriter {
   // The constructor, then the writer thread
   std::optional<MetadataFile> metadata_;
   std::optional<LogParts> parts_;
+  std::shared_ptr<void> reserve_;  // for the last metadata
   std::uint64_t unflushed_bytes_ = 0;
   Clock::time_point next_flush_{};
 
@@ -126,6 +127,7 @@ class RecordingWriter {
   // Under the lock
   bool accepting_ = true;
   bool stopping_ = false;
+  bool ended_ = false;
   StopReason stop_reason_ = StopReason::none;  // goes into the facts when all is written
   ByteQueue queue_;
   SessionFacts facts_;

@@ -139,6 +139,11 @@ class MemoryDisk::Files final : public RecordingFiles {
   FileResult create_folders(const std::filesystem::path& path) override {
     return disk_.ask(DiskOp::create_folders, path.filename().string());
   }
+  std::shared_ptr<void> reserve(const std::filesystem::path&, std::size_t bytes) override {
+    const auto change = [disk = &disk_](auto by) { disk->locked([&] { disk->space_ += by; }); };
+    change(std::uint64_t{0} - bytes);
+    return {&disk_, [=](void*) { change(bytes); }};
+  }
   std::unique_ptr<OutputFile> create_new(const std::filesystem::path& path, FileResult& result) override {
     const std::string name = path.filename().string();
     result = disk_.ask(DiskOp::create, name);

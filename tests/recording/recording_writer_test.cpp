@@ -275,15 +275,16 @@ TEST(RecordingWriter, EndsWithTheRightReason) {
 
 TEST(RecordingWriter, EndsByItselfWhenTheDiskFails) {
   Recording recording;
-  recording.disk.set_space(2000);
+  recording.disk.set_space(100'000);
   recording.start();
-  recording.enqueue(std::string(5000, 'x'));
+  recording.enqueue(std::string(150'000, 'x'));
   recording.wait_for_end();
   EXPECT_EQ(recording.writer->status().stop_reason, StopReason::writer_failure);
   EXPECT_EQ(recording.writer->status().log_error, L"Cannot write recording file (errno 28).");
   EXPECT_FALSE(recording.writer->status().accepting);
-  EXPECT_FALSE(recording.metadata().finalized) << "no room for it; the old text stands";
-  EXPECT_LE(recording.metadata().log_written_bytes, recording.text().size());
+  EXPECT_TRUE(recording.metadata().finalized) << "room was kept for the last word";
+  EXPECT_EQ(recording.metadata().log_error, "Cannot write recording file (errno 28).");
+  EXPECT_EQ(recording.metadata().log_written_bytes, recording.text().size());
 }
 
 TEST(RecordingWriter, APartThatWasThereBeforeIsNotTouched) {

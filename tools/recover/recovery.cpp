@@ -111,9 +111,10 @@ class Session {
       remark("Lines that look like labels are received text: only so the counts agree.");
       return LineMarks::data;
     }
+    const bool all_text_is_there = found_.problems.empty();
     problem("The text stands for " + std::to_string(labels.raw_bytes()) +
             " received bytes, the metadata says " + std::to_string(said) + ".");
-    explain_difference(labels);
+    if (all_text_is_there) explain_difference(labels);
     return LineMarks::labels;
   }
 

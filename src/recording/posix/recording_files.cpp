@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "base/posix/unique_fd.h"
 #include "recording/stream_file.h"
@@ -31,6 +32,13 @@ class PosixFile final : public StreamFile {
 
 class PosixFiles final : public PortableFiles {
  public:
+  // A file without a name: it goes when it is closed, or with the process.
+  std::shared_ptr<void> reserve(const std::filesystem::path& folder, std::size_t bytes) override {
+    UniqueFd fd(::open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600));
+    if (!fd || ::posix_fallocate(fd.get(), 0, static_cast<off_t>(bytes)) != 0) return nullptr;
+    return std::make_shared<UniqueFd>(std::move(fd));
+  }
+
   std::unique_ptr<OutputFile> create_new(const std::filesystem::path& path, FileResult& result) override {
     UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!fd) {

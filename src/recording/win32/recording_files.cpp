@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "base/win32/unique_handle.h"
 #include "recording/stream_file.h"
@@ -42,6 +43,8 @@ std::FILE* open_stream(UniqueHandle handle, FileResult& result) {
 
 class Win32Files final : public PortableFiles {
  public:
+  std::shared_ptr<void> reserve(const std::filesystem::path&, std::size_t) override { return nullptr; }
+
   std::unique_ptr<OutputFile> create_new(const std::filesystem::path& path, FileResult& result) override {
     UniqueHandle handle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
                                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));

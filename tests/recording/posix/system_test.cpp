@@ -80,12 +80,12 @@ struct Victim {
 TEST(RecordingFiles, AKilledRecordingHoldsWhatWasFlushedAndClaimsNoMore) {
   std::mt19937 random(3);
   std::uint64_t most_parts = 0;
-  for (int round = 0; round < 25; ++round) {
+  for (int round = 0; round < 15; ++round) {
     SCOPED_TRACE(round);
     const TempFolder folder;
     Victim victim(folder.path());
     std::uint64_t flushed = 0;
-    for (auto left = round == 0 ? 0 : random() % 400; left > 0; --left)
+    for (auto left = round == 0 ? 0 : random() % 200; left > 0; --left)
       ASSERT_TRUE(victim.read(flushed));
     victim.kill();
     while (victim.read(flushed)) {

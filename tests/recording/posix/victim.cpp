@@ -40,6 +40,9 @@ class CountingFiles final : public RecordingFiles {
   FileResult create_folders(const std::filesystem::path& path) override {
     return files_->create_folders(path);
   }
+  std::shared_ptr<void> reserve(const std::filesystem::path& folder, std::size_t bytes) override {
+    return files_->reserve(folder, bytes);
+  }
   std::unique_ptr<OutputFile> create_new(const std::filesystem::path& path, FileResult& result) override {
     auto file = files_->create_new(path, result);
     if (!file || path.extension() != ".log") return file;
@@ -59,7 +62,7 @@ void record(const char* folder) {
   RecordingConfig config;
   config.directory = folder;
   config.filename = L"run";
-  config.part_limit_bytes = 300'000;
+  config.part_limit_bytes = 100'000;
   config.flush_bytes = 1000;
   config.flush_interval_ms = 2;
   RecordingWriter writer(config, {}, std::make_unique<CountingFiles>());

@@ -29,6 +29,9 @@ class Files final : public RecordingFiles {
   FileResult create_folders(const std::filesystem::path& path) override {
     return files_->create_folders(path);
   }
+  std::shared_ptr<void> reserve(const std::filesystem::path& folder, std::size_t bytes) override {
+    return files_->reserve(folder, bytes);
+  }
   std::unique_ptr<OutputFile> create_new(const std::filesystem::path& path, FileResult& result) override {
     return files_->create_new(path, result);
   }
