@@ -65,11 +65,4 @@ void ByteQueue::take(ByteChunk& chunk) {
   size_ -= chunk.size;
 }
 
-void ByteQueue::clear() {
-  ByteChunk chunk;
-  do
-    take(chunk);
-  while (chunk.data);
-}
-
 }  // namespace hvt

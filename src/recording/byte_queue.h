@@ -37,7 +37,6 @@ class ByteQueue {
   bool try_push(std::string_view block);
   // Exchanges the oldest chunk, full or not, for one whose bytes are done with; empty when there is none.
   void take(ByteChunk& chunk);
-  void clear();
 
   std::uint64_t size() const { return size_; }
   bool empty() const { return size_ == 0; }

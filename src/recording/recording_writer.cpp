@@ -222,7 +222,7 @@ void RecordingWriter::run() {
   publish();
   guard([this] { record(); }, "Unexpected recording writer failure.",
         [this](std::string_view what) { fail(StopReason::writer_failure, what); });
-  guard([this] { close_parts(); }, "Unexpected recording close failure.",
+  guard([this] { parts_->close(); }, "Unexpected recording close failure.",
         [this](std::string_view what) { fail(StopReason::writer_failure, what); });
   finalize();
   if (ended_callback_) ended_callback_();
@@ -285,15 +285,6 @@ void RecordingWriter::flush_in_time() {
   unflushed_bytes_ = 0;
   publish();
   next_flush_ = now + std::chrono::milliseconds(config_.flush_interval_ms);
-}
-
-void RecordingWriter::close_parts() {
-  {
-    // After a failure: nothing may be written behind the gap.
-    const std::lock_guard lock(mutex_);
-    queue_.clear();
-  }
-  parts_->close();
 }
 
 void RecordingWriter::finalize() {

@@ -101,7 +101,6 @@ class RecordingWriter {
   void write(std::string_view bytes);
   void next_part();
   void flush_in_time();
-  void close_parts();
   void finalize();
   void publish();
 
