@@ -548,8 +548,8 @@ TEST(RecordingWriter, WritesWideTextAsUtf8) {
     text = std::wstring(length, L'x');
     bytes += std::string(length, 'x');
     EXPECT_TRUE(recording.writer->enqueue(text, 0));
-    text += L"\xBC18\xBCF5 \xD83D\xDE00";
-    bytes += std::string(length, 'x') + "\xEB\xB0\x98\xEB\xB3\xB5 \xF0\x9F\x98\x80";
+    text += L"\xE9\xBC18\xBCF5 \xD83D\xDE00";
+    bytes += std::string(length, 'x') + "\xC3\xA9\xEB\xB0\x98\xEB\xB3\xB5 \xF0\x9F\x98\x80";
     EXPECT_TRUE(recording.writer->enqueue(text, 0));
   }
   recording.finish();
