@@ -13,6 +13,7 @@
 #include "app/display_pump.h"
 #include "app/inbox.h"
 #include "app/port_selection.h"
+#include "app/recorder.h"
 #include "app/settings_binding.h"
 #include "app/task_queue.h"
 #include "base/guarded.h"
@@ -96,6 +97,14 @@ class App final : public WindowEvents {
   void place_window(bool as_saved);
   void gather_settings();
   void save_settings();
+  void start_or_stop_recording();
+  void start_recording();
+  void stop_recording(std::function<void()> then = {});
+  void recording_ended();
+  void drain_recording();
+  void show_recording_state();
+  void open_recordings();
+  void baud_chosen();
   void save_packets();
   void load_packets();
   std::optional<std::filesystem::path> ask_packets_file(bool save);
@@ -130,6 +139,9 @@ class App final : public WindowEvents {
   PortSelection ports_;
   AppSettings settings_;  // as loaded or gathered last
   SettingsBinding binding_;
+  SerialSettings line_;  // of the latest connect()
+  std::function<void()> after_recording_;
+  bool told_metadata_error_ = false;  // in this session
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};
@@ -145,6 +157,7 @@ class App final : public WindowEvents {
   bool closed_ = false;
 
   Inbox inbox_;
+  Recorder recorder_;
   SerialPort serial_;
   Guarded<DisplayOptions> sent_options_;        // how a packet written now is shown; read by the worker
   bool write_broke_ = false;                    // worker: the run in progress ends because a write failed

@@ -106,6 +106,11 @@ void Inbox::take(InboxBatch& batch) {
   bytes_before_ = 0;
 }
 
+std::size_t Inbox::backlog() {
+  const std::lock_guard lock(mutex_);
+  return filling_.bytes.size();
+}
+
 void Inbox::clear() {
   std::unique_lock lock(mutex_);
   write_ended_.wait(lock, [&] { return !writing_ || write_ == Write::queued; });

@@ -20,11 +20,13 @@ struct InboxEvent {
   enum class Kind : std::uint8_t {
     received,
     sent,
-    withdrawn,  // a packet that could not be written
-    answered,   // the last sent packet got its response: the received bytes follow
-    timed_out,  // it got none in time
-    late,       // it got one after its time-out: the received bytes follow
-    iteration,  // an iteration of a repeat run begins
+    withdrawn,   // a packet that could not be written
+    answered,    // the last sent packet got its response: the received bytes follow
+    timed_out,   // it got none in time
+    late,        // it got one after its time-out: the received bytes follow
+    iteration,   // an iteration of a repeat run begins
+    clear_mark,  // what came before has been cleared from the view
+    stop_mark,   // what comes from here on is no longer to be recorded
   };
   Kind kind = Kind::received;
   std::size_t size = 0;                          // bytes
@@ -63,6 +65,8 @@ class Inbox {
                     const std::optional<ReceiveTimingInfo>& timing = {});
   void add_timeout();
   void add_iteration(std::uint32_t iteration, std::uint32_t repeat_count);
+  // A place in the order of what happens: clear_mark or stop_mark. Interface thread.
+  void add_mark(InboxEvent::Kind mark) { add_and_wake({.kind = mark}); }
 
   // Marks the place of a packet about to be written. False while another one is being written. A clear waits
   // until a direct write has ended; a queued one goes on without its place.
@@ -75,6 +79,9 @@ class Inbox {
 
   // Replaces `batch` by everything that may be shown by now; its storage is reused.
   void take(InboxBatch& batch);
+
+  // Bytes that wait to be taken.
+  std::size_t backlog();
 
   // Drops everything, the loss counter and the place of a queued packet that is being written included.
   void clear();

@@ -70,6 +70,21 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::copy, L"Copy", L"복사"),
     row(TextId::select_all, L"Select all", L"모두 선택"),
 
+    row(TextId::record, L"Record", L"기록"),
+    row(TextId::start_recording, L"Start Recording", L"기록 시작"),
+    row(TextId::stop_recording, L"Stop Recording", L"기록 정지"),
+    row(TextId::auto_filename, L"Auto Filename", L"파일명 자동 생성"),
+    row(TextId::display_while_recording, L"Display while recording", L"기록 중 화면 표시"),
+    row(TextId::open_folder, L"Open Folder", L"폴더 열기"),
+    row(TextId::no_folder, L"Could not open the folder.", L"폴더를 열 수 없습니다."),
+    row(TextId::recording_incomplete, L"Recording incomplete", L"기록이 완전하지 않음"),
+    row(TextId::recording_suspect, L"Recording data loss possible", L"기록 데이터 손실 가능"),
+    row(TextId::high_speed_recording,
+        L"At 921600 baud or higher, Display while recording is turned off to protect recording integrity. "
+        L"Recording and Hex mode remain available.",
+        L"통신 속도가 921600 이상이면 기록 무결성을 위해 기록 중 화면 표시가 꺼집니다. "
+        L"기록과 Hex 모드는 계속 사용할 수 있습니다."),
+
     row(TextId::transmit, L"Transmit", L"송신"),
     row(TextId::auto_crlf, L"Auto append CR/LF", L"CR/LF 자동 추가"),
     row(TextId::send, L"Send", L"보내기"),
@@ -119,6 +134,8 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::repeat_separator, L"-------------------- Repeat {}/{} --------------------",
         L"-------------------- 반복 {}/{}회 --------------------"),
     row(TextId::line_count, L"Line Count : {}", L"줄 수 : {}"),
+    row(TextId::recording_to, L"Recording to {}", L"기록 중: {}"),
+    row(TextId::recording_saved, L"Recording saved: {}", L"기록 저장됨: {}"),
     row(TextId::receive_loss, L"Received bytes not shown because the program was stalled: {}",
         L"프로그램이 응답하지 않는 동안 표시하지 못한 수신 바이트: {}"),
     row(TextId::line_error, L"RX error: {}", L"RX 오류: {}"),
@@ -398,6 +415,14 @@ std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, La
 
 std::wstring line_count_text(std::size_t lines, Language language) {
   return fill(TextId::line_count, std::to_wstring(lines), language);
+}
+
+std::wstring recording_to_text(std::wstring_view session, Language language) {
+  return fill(TextId::recording_to, session, language);
+}
+
+std::wstring recording_saved_text(std::wstring_view session, Language language) {
+  return fill(TextId::recording_saved, session, language);
 }
 
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language) {

@@ -50,7 +50,8 @@ std::string file_text(const std::filesystem::path& path) {
 void change_everything(Session& run) {
   for (const ControlId id :
        {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-        ControlId::transmit, ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+        ControlId::transmit, ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx,
+        ControlId::display_while_recording})
     run.app.command(id);
   for (const ControlRow& row : kControls) {
     if (row.kind == ControlKind::choice)

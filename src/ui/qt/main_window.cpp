@@ -4,6 +4,7 @@
 #include <QButtonGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -12,6 +13,7 @@
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QTimer>
+#include <QUrl>
 #include <algorithm>
 
 #include "ui/qt/control_widgets.h"
@@ -174,6 +176,10 @@ void QtMainWindow::set_caption(ControlId id, std::wstring_view caption) {
   if (is_static_text(kind)) as<QLabel>(id).setText(to_qstring(caption));
   if (is_push(kind)) as<QAbstractButton>(id).setText(literal(caption));
   if (id == ControlId::receive_title) widget(ControlId::receive_view).setAccessibleName(to_qstring(caption));
+  if (kind == ControlKind::name_edit) {
+    as<QLineEdit>(id).setPlaceholderText(to_qstring(caption));
+    widget(id).setAccessibleName(to_qstring(caption));
+  }
   if (id == ControlId::packet_number_label)  // of two fields; the second one follows another label
     widget(ControlId::end_packet).setAccessibleName(to_qstring(caption));
   if (kind == ControlKind::button && is_packet_row(id)) {
@@ -293,6 +299,10 @@ std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& 
   if (question.save) dialog.selectFile(to_qstring(question.proposed_name));
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   return std::filesystem::path(dialog.selectedFiles().front().toStdString());
+}
+
+bool QtMainWindow::open_in_desktop(const std::filesystem::path& target) {
+  return QDesktopServices::openUrl(QUrl::fromUserInput(QString::fromStdString(target.string())));
 }
 
 // What the controller hears

@@ -1,6 +1,7 @@
 #include "ui/win32/main_window.h"
 
 #include <richedit.h>
+#include <shellapi.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -416,6 +417,12 @@ void Win32MainWindow::show_notice(std::wstring_view title, std::wstring_view tex
 
 std::optional<std::filesystem::path> Win32MainWindow::ask_file(const FileQuestion& question) {
   return show_send_data_file_dialog(handle(), question);
+}
+
+bool Win32MainWindow::open_in_desktop(const std::filesystem::path& target) {
+  constexpr INT_PTR kLastError = 32;  // greater values mean success
+  const HINSTANCE opened = ShellExecuteW(handle(), L"open", target.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  return reinterpret_cast<INT_PTR>(opened) > kLastError;
 }
 
 bool Win32MainWindow::post(unsigned message) {

@@ -151,9 +151,9 @@ TEST_F(Window, RepeatsAndTellsWhatBecameOfEachPacket) {
 
 TEST_F(Window, IsAsItWasLeftTheNextTime) {
   click(ControlId::transmit);
-  for (const ControlId id :
-       {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-        ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+  for (const ControlId id : {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent,
+                             ControlId::receive_hex, ControlId::send_hex, ControlId::auto_crlf,
+                             ControlId::wait_for_rx, ControlId::display_while_recording})
     click(id);
   for (const ControlRow& row : kControls) {
     if (row.kind == ControlKind::choice && row.id != ControlId::port) {

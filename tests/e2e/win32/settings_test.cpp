@@ -71,9 +71,9 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
     for (const ControlRow& row : kControls)
       first[row.id] = session.seen(row);
     session.click(ControlId::transmit);
-    for (const ControlId id :
-         {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-          ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+    for (const ControlId id : {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent,
+                               ControlId::receive_hex, ControlId::send_hex, ControlId::auto_crlf,
+                               ControlId::wait_for_rx, ControlId::display_while_recording})
       session.click(id);
     for (const ControlRow& row : kControls) {
       if (row.kind == ControlKind::choice) session.choose_another(row.id);
