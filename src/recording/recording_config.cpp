@@ -5,10 +5,7 @@
 #include "recording/names.h"
 
 namespace hvt {
-namespace {
-
-
-}  // namespace
+namespace {}  // namespace
 
 void validate(const RecordingConfig& config) {
   if (config.directory.empty() || is_blank_name(config.filename))
