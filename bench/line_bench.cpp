@@ -81,8 +81,8 @@ class Load {
   explicit Load(unsigned threads) {
     for (unsigned i = 0; i < threads; ++i)
       threads_.emplace_back([](const std::stop_token& stop) {
-        for (std::uint64_t i = 0; !stop.stop_requested(); ++i)
-          benchmark::DoNotOptimize(i);
+        for (std::uint64_t turn = 0; !stop.stop_requested(); ++turn)
+          benchmark::DoNotOptimize(turn);
       });
   }
 

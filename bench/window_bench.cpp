@@ -167,6 +167,7 @@ std::string port_of(test::DeviceProcess& device) {
 
 // What a loop that only reads takes in `time`, in bytes per second.
 double bare_rate(const std::vector<std::string>& device_arguments, std::chrono::duration<double> time) {
+  const test::PrivateRuntimeFolder folder;
   test::DeviceProcess device(device_arguments);
   const UniqueFd port(::open(port_of(device).c_str(), O_RDONLY | O_NOCTTY));
   std::vector<char> buffer(1 << 16);
@@ -186,7 +187,7 @@ class Flooded {
   explicit Flooded(const std::vector<std::string>& device_arguments)
       : device_(device_arguments),
         port_(port_of(device_)),
-        app_({},
+        app_(folder_.path() / "data", {},
              [this] {
                return std::vector<PortDescription>{{std::wstring(port_.begin(), port_.end()), L""}};
              }),
@@ -213,6 +214,7 @@ class Flooded {
   }
 
  private:
+  const test::PrivateRuntimeFolder folder_;
   test::DeviceProcess device_;
   const std::string port_;
   App app_;
@@ -232,7 +234,6 @@ std::uint64_t read_bytes() {
 // The first argument is the rate (0: as fast as it goes), the second 1 for Hex, the third 1 for paused.
 void flood(benchmark::State& state) {
   application();
-  const test::PrivateRuntimeFolder folder;
   const std::string rate = state.range(0) == 0 ? "max" : std::to_string(state.range(0));
   const std::vector<std::string> arguments{"--flood", rate};
   const char* const asked = ::getenv("HVT_FLOOD_SECONDS");
