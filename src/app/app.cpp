@@ -27,9 +27,11 @@ std::wstring message_of(const std::exception& error) {
 
 }  // namespace
 
-App::App(std::filesystem::path data_folder, TransportFactory factory, PortSource port_source)
+App::App(std::filesystem::path data_folder, TransportFactory factory, PortSource port_source,
+         RecordingConfig recording)
     : data_folder_(std::move(data_folder)),
       port_source_(std::move(port_source)),
+      recording_(std::move(recording)),
       inbox_([this] { wake_display(); }),
       recorder_([this] { post_to_ui([this] { recording_ended(); }); }),
       serial_(std::move(factory), serial_callbacks()),
@@ -432,7 +434,7 @@ void App::start_or_stop_recording() {
 
 void App::start_recording() {
   if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
-  RecordingConfig config;
+  RecordingConfig config = recording_;
   config.directory = data_folder_ / "recording";
   config.receive_format = facts_.receive_hex ? ReceiveFormat::hex : ReceiveFormat::ascii;
   config.serial = line_;

@@ -36,9 +36,9 @@ namespace hvt {
 class App final : public WindowEvents {
  public:
   // Settings and what else is kept stand below `data_folder`. An empty factory opens this system's serial
-  // ports.
+  // ports. `recording` holds the limits of recordings; the rest of it is filled in at each start.
   explicit App(std::filesystem::path data_folder, TransportFactory factory = {},
-               PortSource port_source = list_system_ports);
+               PortSource port_source = list_system_ports, RecordingConfig recording = {});
   ~App() override;
 
   // Loads the settings, fills the window's controls, gives it its place, shows it and starts the display
@@ -130,6 +130,7 @@ class App final : public WindowEvents {
 
   const std::filesystem::path data_folder_;
   const PortSource port_source_;
+  const RecordingConfig recording_;
   MainWindow* window_ = nullptr;
   std::unique_ptr<DisplayPump> pump_;
   Facts facts_;
