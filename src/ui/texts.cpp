@@ -206,6 +206,25 @@ constexpr Pair kMessages[]{
     {L"Expected an array of send strings.", L"송신 문자열 배열이 필요합니다."},
     {L"Expected a send string.", L"송신 문자열이 필요합니다."},
 
+    // Recording
+    {L"Cannot allocate a unique recording filename.", L"겹치지 않는 기록 파일 이름을 만들 수 없습니다."},
+    {L"Cannot allocate recording buffer.", L"기록 버퍼를 할당할 수 없습니다."},
+    {L"Cannot allocate recording file descriptor.", L"기록 파일 디스크립터를 할당할 수 없습니다."},
+    {L"Cannot allocate recording stream.", L"기록 스트림을 할당할 수 없습니다."},
+    {L"Cannot close recording metadata.", L"기록 메타데이터 파일을 닫을 수 없습니다."},
+    {L"Cannot encode recording metadata as UTF8.", L"기록 메타데이터를 UTF-8로 변환할 수 없습니다."},
+    {L"Cannot write recording metadata.", L"기록 메타데이터를 쓸 수 없습니다."},
+    {L"Recording buffer full. Recording stopped.", L"기록 버퍼가 가득 차 기록을 중지했습니다."},
+    {L"Recording directory and filename must not be empty.", L"기록 폴더와 파일 이름은 비워 둘 수 없습니다."},
+    {L"Recording limits and flush interval must be positive.", L"기록 한도와 저장 간격은 0보다 커야 합니다."},
+    {L"Recording metadata temporary file already exists.", L"기록 메타데이터 임시 파일이 이미 있습니다."},
+    {L"The next recording part already exists; recording stopped to protect it.",
+     L"다음 기록 파일이 이미 있어 보호하기 위해 기록을 중지했습니다."},
+    {L"Unexpected failure starting recording.", L"기록을 시작하는 중 예기치 않은 오류가 발생했습니다."},
+    {L"Unexpected recording close failure.", L"기록 파일을 닫는 중 예기치 않은 오류가 발생했습니다."},
+    {L"Unexpected recording metadata failure.", L"기록 메타데이터에 예기치 않은 오류가 발생했습니다."},
+    {L"Unexpected recording writer failure.", L"기록 중 예기치 않은 오류가 발생했습니다."},
+
     // Transmission
     {L"A transmission is already in progress.", L"이미 송신 중입니다."},
     {L"Invalid repeat settings or packet data.", L"반복 송신 설정 또는 패킷 데이터가 올바르지 않습니다."},
@@ -244,8 +263,15 @@ constexpr Pair kFields[]{
     {L"RX timeout (10-99999999 ms)", L"RX 타임아웃 (10-99999999 ms)"},
 };
 
-// Messages about a port; its name, a group's name or the system's own words inside stay as they are.
-constexpr Pair kPortMessages[]{
+// Messages about a port or a file; names, numbers and the system's own words inside stay as they are.
+constexpr Pair kPatternMessages[]{
+    {L"Cannot create recording directory ({}).", L"기록 폴더를 만들 수 없습니다({})."},
+    {L"Cannot create recording file ({}).", L"기록 파일을 만들 수 없습니다({})."},
+    {L"Cannot create recording metadata ({}).", L"기록 메타데이터를 만들 수 없습니다({})."},
+    {L"Cannot write recording file ({}).", L"기록 파일을 쓸 수 없습니다({})."},
+    {L"Cannot flush recording file ({}).", L"기록 파일을 디스크에 저장할 수 없습니다({})."},
+    {L"Cannot close recording file ({}).", L"기록 파일을 닫을 수 없습니다({})."},
+    {L"Cannot publish recording metadata ({}).", L"기록 메타데이터를 갱신할 수 없습니다({})."},
     {L"{} is in use by another program.", L"{} 포트를 다른 프로그램에서 사용 중입니다."},
     {L"{} is not a serial device.", L"시리얼 장치가 아닙니다: {}"},
     {L"{} refused the line settings: {}", L"{} 포트가 통신 설정을 거부했습니다: {}"},
@@ -345,8 +371,8 @@ std::optional<std::wstring> korean_field_message(std::wstring_view english) {
   return std::nullopt;
 }
 
-std::optional<std::wstring> korean_port_message(std::wstring_view english) {
-  for (const Pair& message : kPortMessages) {
+std::optional<std::wstring> korean_pattern_message(std::wstring_view english) {
+  for (const Pair& message : kPatternMessages) {
     if (const auto values = match(english, message.english)) return fill(message.korean, *values);
   }
   return std::nullopt;
@@ -446,7 +472,7 @@ std::wstring localized_message(std::wstring_view english, Language language) {
   if (const Pair* const message = find_english(kMessages, english)) return std::wstring{message->korean};
   const auto shared = std::ranges::find(kTexts, english, [](const TextRow& r) { return r.pair.english; });
   if (shared != kTexts.end()) return std::wstring{shared->pair.korean};
-  for (const auto korean_form : {korean_field_message, korean_settings_notice, korean_port_message}) {
+  for (const auto korean_form : {korean_field_message, korean_settings_notice, korean_pattern_message}) {
     if (auto korean = korean_form(english)) return *std::move(korean);
   }
   return std::wstring{english};
