@@ -236,7 +236,7 @@ TEST(DisplayPump, TheSinkGetsEverythingOnceWhateverTheViewDoes) {
     rig.run_out();
   }
   EXPECT_TRUE(rig.pump.full());
-  std::erase(sink.text, L'|');  // where the display became full
+  EXPECT_EQ(std::erase(sink.text, L'|'), 1u) << "lines begin anew where the display became full";
   EXPECT_TRUE(sink.text == std::wstring(all, L'a'));
   EXPECT_EQ(sink.bytes, all);
   rig.pump.set_sink(nullptr);
