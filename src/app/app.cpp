@@ -609,8 +609,8 @@ void App::wake_display() {
 void App::pump_display() {
   if (!pump_) return;
   const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
-  if (result.more) wake_display();
   timer_suffices_ = result.trickles;
+  if (result.more) wake_display();
   if (result.shown) show_line_count();
   if (result.became_full) window_->set_status(words(TextId::display_full), StatusTone::error);
   if (result.lost_bytes == 0) return;

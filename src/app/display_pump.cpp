@@ -88,11 +88,32 @@ void DisplayPump::format_piece(const DisplayOptions& options, Language language)
     ++next_event_;
   }
   if (sink_ != nullptr && (text_.characters() > 0 || text_.raw_rx_bytes > 0)) sink_->take(text_);
-  if (!shows_ || before_clear_) return;
-  if (queue_.add(text_) == DisplayQueue::Outcome::became_full) {
-    became_full_ = true;
-    begin_anew();
+  if (clears_ahead_ > 0) return;
+  if (shows_) {
+    enqueue();
+  } else {
+    gap_ = gap_ || text_.characters() > 0;
   }
+}
+
+// What was not shown may have ended in another place of a line than what was.
+void DisplayPump::enqueue() {
+  constexpr std::wstring_view kLineBreak = L"\r\n";
+  if (text_.characters() > 0) {
+    if (std::exchange(gap_, false) && ends_inside_line_ && !text_.text().starts_with(kLineBreak)) {
+      DisplayBatch line_break;
+      line_break.add(kLineBreak, ColorRole::normal);
+      add_to_queue(line_break);
+    }
+    ends_inside_line_ = text_.text().back() != L'\n';
+  }
+  add_to_queue(text_);
+}
+
+void DisplayPump::add_to_queue(const DisplayBatch& text) {
+  if (queue_.add(text) != DisplayQueue::Outcome::became_full) return;
+  became_full_ = true;
+  begin_anew();
 }
 
 // The view's text begins anew, and with it everybody's lines.
@@ -133,7 +154,7 @@ void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& op
       return format_standalone(repeat_separator_text(event.iteration, event.repeat_count, language),
                                ColorRole::normal, line_, text_);
     case InboxEvent::Kind::withdrawn: return format_hidden_tx(line_, text_);  // it may have been answered
-    case InboxEvent::Kind::clear_mark: before_clear_ = false; return begin_anew();
+    case InboxEvent::Kind::clear_mark: --clears_ahead_; return begin_anew();
     case InboxEvent::Kind::stop_mark:
       if (sink_ != nullptr) sink_->stop_mark_reached();
       return;
@@ -146,7 +167,6 @@ void DisplayPump::skip_fetched() {
   for (; next_event_ < batch_.events.size(); ++next_event_) {
     const InboxEvent& event = batch_.events[next_event_];
     if (event.kind == InboxEvent::Kind::received) queue_.drop(event.size - event_done_);
-    if (event.kind == InboxEvent::Kind::clear_mark) before_clear_ = false;
     received_bytes_ += event.size - event_done_;
     event_done_ = 0;
   }
@@ -201,11 +221,12 @@ void DisplayPump::clear() {
   lost_bytes_ = 0;
   line_ = {};
   clear_shown();
-  before_clear_ = false;
+  clears_ahead_ = 0;
 }
 
 void DisplayPump::clear_shown() {
-  before_clear_ = true;
+  ++clears_ahead_;
+  gap_ = ends_inside_line_ = false;
   queue_.clear();
   history_.clear();
   pace_ = {};

@@ -86,6 +86,8 @@ class DisplayPump {
   bool fetch();
   void format_until(Time end, const DisplayOptions& options, Language language);
   void format_piece(const DisplayOptions& options, Language language);
+  void enqueue();
+  void add_to_queue(const DisplayBatch& text);
   void format_received(const DisplayOptions& options);
   void format_event(const InboxEvent& event, const DisplayOptions& options, Language language);
   void skip_fetched();
@@ -101,7 +103,9 @@ class DisplayPump {
   const Clock clock_;
   TextSink* sink_ = nullptr;
   bool shows_ = true;
-  bool before_clear_ = false;  // what is formatted now came before a clear of the view
+  bool gap_ = false;               // something was not shown since the queue got text
+  bool ends_inside_line_ = false;  // the text that the queue got
+  int clears_ahead_ = 0;           // of the view, whose marks are not reached yet
   InboxBatch batch_;
   std::size_t next_event_ = 0;
   std::size_t next_byte_ = 0;

@@ -236,7 +236,7 @@ TEST(DisplayPump, TheSinkGetsEverythingOnceWhateverTheViewDoes) {
     rig.run_out();
   }
   EXPECT_TRUE(rig.pump.full());
-  std::erase(sink.text, L'|');  // where the display became full
+  EXPECT_EQ(std::erase(sink.text, L'|'), 1u) << "lines begin anew where the display became full";
   EXPECT_TRUE(sink.text == std::wstring(all, L'a'));
   EXPECT_EQ(sink.bytes, all);
   rig.pump.set_sink(nullptr);
@@ -267,6 +267,21 @@ TEST(DisplayPump, AClearOfTheViewTakesNothingFromTheSink) {
   EXPECT_EQ(sink.text, L"aaabbb|ccc#ddd");
 }
 
+TEST(DisplayPump, WhatCameBeforeTheLastOfTwoClearsIsNotShown) {
+  Rig rig;
+  NotingSink sink;
+  rig.pump.set_sink(&sink);
+  for (const char letter : {'a', 'b'}) {
+    rig.receive(3, letter);
+    rig.inbox.add_mark(InboxEvent::Kind::clear_mark);
+    rig.pump.clear_shown();
+  }
+  rig.receive(3, 'c');
+  rig.run_out();
+  EXPECT_EQ(rig.view.text(), L"ccc");
+  EXPECT_EQ(sink.text, L"aaa|bbb|ccc");
+}
+
 TEST(DisplayPump, ASinkWithoutRoomIsWaitedFor) {
   Rig rig;
   NotingSink sink;
@@ -295,6 +310,15 @@ TEST(DisplayPump, WhatIsOnlyForTheSinkIsNotShown) {
   rig.run_out();
   EXPECT_EQ(sink.text, L"aaabbb");
   EXPECT_EQ(rig.view.text(), L"bbb");
+  rig.pump.show_new_text(false);
+  rig.receive(3, 'c');
+  rig.run_out();
+  rig.pump.show_new_text(true);
+  rig.receive(3, 'd');
+  rig.receive(3, 'e');
+  rig.run_out();
+  EXPECT_EQ(sink.text, L"aaabbbcccdddeee");
+  EXPECT_EQ(rig.view.text(), L"bbb\r\ndddeee") << "what comes after a gap begins a line";
 }
 
 TEST(DisplayPump, FewerBytesTakeEffectAtOnce) {
