@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <string>
 
@@ -134,6 +136,16 @@ TEST(Settings, ADamagedFileIsLeftAloneUntilTheNextSave) {
   expected.window_left = expected.window_top = expected.window_width = expected.window_height = 0;
   expected.port_name = L"COM8";
   EXPECT_EQ(load_settings(settings_path(folder.path())).settings, expected);
+}
+
+TEST(Settings, APlaceBeyondEveryScreenIsOneThatCanBeCalculatedWith) {
+  const Folder folder;
+  AppSettings settings;
+  settings.window_left = settings.window_width = std::numeric_limits<std::int32_t>::max();
+  settings.window_top = std::numeric_limits<std::int32_t>::min();
+  save_settings(settings_path(folder.path()), settings);
+  Session run(folder);
+  EXPECT_EQ(run.window.current_place().normal, (Rect{32'767, -32'767, 32'767, 800}));
 }
 
 TEST(Settings, AFailedSaveIsToldAndTheProgramCloses) {
