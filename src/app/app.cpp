@@ -528,8 +528,11 @@ bool App::load_settings() {
 }
 
 void App::place_window(bool as_saved) {
-  const Rect saved{settings_.window_left, settings_.window_top, settings_.window_width,
-                   settings_.window_height};
+  // A file may hold any number, whose sum with another is none any more; no screen is larger than this.
+  static constexpr std::int32_t kFarthest = 32'767;
+  const auto possible = [](std::int32_t pixels) { return std::clamp(pixels, -kFarthest, kFarthest); };
+  const Rect saved{possible(settings_.window_left), possible(settings_.window_top),
+                   possible(settings_.window_width), possible(settings_.window_height)};
   if (!as_saved) return window_->set_client_size(first_client_size(metrics_));
   window_->set_place({saved, settings_.window_state == L"Maximized"});
 }

@@ -45,6 +45,12 @@ Size client_size(const QSize& size) {
   return {size.width(), size.height()};
 }
 
+// The pattern for any file asks for a full stop in the name here, which not every file has.
+QString name_filter(const FileQuestion::Type& type) {
+  const std::wstring pattern = type.pattern == L"*.*" ? L"*" : type.pattern;
+  return to_qstring(type.name + L" (" + pattern + L")");
+}
+
 // "&" would otherwise mark a shortcut letter.
 QString literal(std::wstring_view caption) {
   return to_qstring(caption).replace(QLatin1Char('&'), QLatin1StringView("&&"));
@@ -291,12 +297,15 @@ std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& 
   QFileDialog dialog(this, to_qstring(question.title), QString::fromStdString(question.folder.string()));
   dialog.setAcceptMode(question.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
   dialog.setFileMode(question.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+  dialog.setOption(QFileDialog::HideNameFilterDetails);  // the names have their pattern already
   QStringList filters;
   for (const FileQuestion::Type& type : question.types)
-    filters << to_qstring(type.name);
+    filters << name_filter(type);
   dialog.setNameFilters(filters);
-  dialog.setDefaultSuffix(to_qstring(question.extension));
-  if (question.save) dialog.selectFile(to_qstring(question.proposed_name));
+  if (question.save) {
+    dialog.setDefaultSuffix(to_qstring(question.extension));
+    dialog.selectFile(to_qstring(question.proposed_name));
+  }
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   return std::filesystem::path(dialog.selectedFiles().front().toStdString());
 }

@@ -3,6 +3,7 @@
 #include <richedit.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -314,9 +315,13 @@ void Win32MainWindow::show() {
   UpdateWindow(handle());
 }
 
-// The system moves a place that no screen shows.
+// The system moves a place that no screen shows. It does not know how high a window of that width must be:
+// with other fonts than last time that may be more.
 void Win32MainWindow::set_place(const WindowPlace& place) {
-  const Rect& rect = place.normal;
+  const Size least = minimum_window_size(place.normal.width);
+  Rect rect = place.normal;
+  rect.width = std::max(rect.width, least.width);
+  rect.height = std::max(rect.height, least.height);
   WINDOWPLACEMENT placement{};
   placement.length = sizeof placement;
   placement.showCmd = SW_HIDE;  // until show()
