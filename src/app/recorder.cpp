@@ -1,5 +1,6 @@
 #include "app/recorder.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace hvt {
@@ -12,6 +13,7 @@ constexpr std::uint64_t kEnoughRoom = std::uint64_t{1} << 20;
 
 void Recorder::start(const RecordingConfig& config) {
   writer_ = std::make_unique<RecordingWriter>(config, ended_);
+  enough_room_ = std::min(kEnoughRoom, config.queue_capacity_bytes);
   line_is_open_ = false;
   errors_to_.with([&](RecordingWriter*& writer) { writer = writer_.get(); });
 }
@@ -56,7 +58,7 @@ void Recorder::break_line() {
 }
 
 bool Recorder::has_room() const {
-  return !active() || writer_->room() >= kEnoughRoom;
+  return !active() || writer_->room() >= enough_room_;
 }
 
 }  // namespace hvt

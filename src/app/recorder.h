@@ -51,6 +51,7 @@ class Recorder final : public TextSink {
   const std::function<void()> ended_;
   std::unique_ptr<RecordingWriter> writer_;
   Guarded<RecordingWriter*> errors_to_{nullptr};  // writer_, for the connection thread
+  std::uint64_t enough_room_ = 0;                 // the whole queue, if that is small
   bool line_is_open_ = false;
 };
 
