@@ -14,7 +14,7 @@ constexpr std::uint64_t kEnoughRoom = std::uint64_t{1} << 20;
 void Recorder::start(const RecordingConfig& config) {
   writer_ = std::make_unique<RecordingWriter>(config, ended_);
   enough_room_ = std::min(kEnoughRoom, config.queue_capacity_bytes);
-  line_is_open_ = false;
+  line_is_open_ = ends_at_mark_ = false;
   errors_to_.with([&](RecordingWriter*& writer) { writer = writer_.get(); });
 }
 
@@ -55,6 +55,10 @@ void Recorder::take(const DisplayBatch& text) {
 
 void Recorder::break_line() {
   if (active() && std::exchange(line_is_open_, false)) writer_->enqueue(L"\r\n", 0);
+}
+
+void Recorder::stop_mark_reached() {
+  if (ends_at_mark_) stop();
 }
 
 bool Recorder::has_room() const {
