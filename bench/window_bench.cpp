@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "app/app.h"
+#include "bench/application.h"
 #include "tests/support/device_process.h"
-#include "ui/qt/application.h"
 #include "ui/qt/look.h"
 #include "ui/qt/main_window.h"
 
@@ -32,15 +32,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-
-Application& application() {
-  if (::getenv("DISPLAY") == nullptr) ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-  static int count = 1;
-  static char name[] = "hvt_bench";
-  static char* arguments[] = {name, nullptr};
-  static Application application(count, arguments);
-  return application;
-}
 
 enum Shape : std::int64_t { kShortLines, kEndlessLine, kTokens };
 
@@ -66,7 +57,7 @@ DisplayBatch make_batch(Shape shape) {
 }
 
 void full_repaint(benchmark::State& state) {
-  application();
+  bench::application();
   ReceiveViewWidget view(nullptr);
   view.setFont(look::fixed_font(QApplication::font()));
   view.resize(1600, 1200);
@@ -88,7 +79,7 @@ BENCHMARK(full_repaint)
 
 // The same batches appended with an update each, as the pump does while following a fast line.
 void append_and_update(benchmark::State& state) {
-  application();
+  bench::application();
   ReceiveViewWidget view(nullptr);
   view.setFont(look::fixed_font(QApplication::font()));
   view.resize(1600, 1200);
@@ -233,7 +224,7 @@ std::uint64_t read_bytes() {
 
 // The first argument is the rate (0: as fast as it goes), the second 1 for Hex, the third 1 for paused.
 void flood(benchmark::State& state) {
-  application();
+  bench::application();
   const std::string rate = state.range(0) == 0 ? "max" : std::to_string(state.range(0));
   const std::vector<std::string> arguments{"--flood", rate};
   const char* const asked = ::getenv("HVT_FLOOD_SECONDS");

@@ -461,8 +461,10 @@ void App::stop_recording(std::function<void()> then) {
     return;
   }
   after_recording_ = std::move(then);
-  if (std::exchange(facts_.record, RecordState::draining) == RecordState::running)
+  if (std::exchange(facts_.record, RecordState::draining) == RecordState::running) {
+    recorder_.stop_at_mark();
     inbox_.add_mark(InboxEvent::Kind::stop_mark);
+  }
   update_controls();
 }
 
@@ -480,7 +482,9 @@ void App::recording_ended() {
     const auto errors =
         line_error_text(status.comm_error_mask, status.comm_error_observations, facts_.language);
     show_error(std::wstring(words(TextId::recording_suspect)) + L": " + errors);
-  } else {
+  } else if (!status.metadata_error.empty() && !told_metadata_error_) {
+    show_error(status.metadata_error);
+  } else if (facts_.link == LinkState::connected) {  // else the status says how the connection ended
     show_status(recording_saved_text(status.session_base, facts_.language));
   }
   if (const auto then = std::exchange(after_recording_, {})) then();

@@ -1,5 +1,6 @@
 #include "app/recorder.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace hvt {
@@ -12,7 +13,8 @@ constexpr std::uint64_t kEnoughRoom = std::uint64_t{1} << 20;
 
 void Recorder::start(const RecordingConfig& config) {
   writer_ = std::make_unique<RecordingWriter>(config, ended_);
-  line_is_open_ = false;
+  enough_room_ = std::min(kEnoughRoom, config.queue_capacity_bytes);
+  line_is_open_ = ends_at_mark_ = false;
   errors_to_.with([&](RecordingWriter*& writer) { writer = writer_.get(); });
 }
 
@@ -55,8 +57,12 @@ void Recorder::break_line() {
   if (active() && std::exchange(line_is_open_, false)) writer_->enqueue(L"\r\n", 0);
 }
 
+void Recorder::stop_mark_reached() {
+  if (ends_at_mark_) stop();
+}
+
 bool Recorder::has_room() const {
-  return !active() || writer_->room() >= kEnoughRoom;
+  return !active() || writer_->room() >= enough_room_;
 }
 
 }  // namespace hvt

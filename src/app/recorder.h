@@ -33,6 +33,8 @@ class Recorder final : public TextSink {
   RecordingStatus status() const { return writer_->status(); }
 
   void stop();
+  // The session ends where the next stop mark stands. One that an earlier session left behind ends nothing.
+  void stop_at_mark() { ends_at_mark_ = true; }
   void note_connection_end(std::wstring_view text);
   void report_data_loss(std::wstring_view text);
   void add_comm_error(std::uint32_t mask, std::uint32_t input_queued_bytes);
@@ -42,7 +44,7 @@ class Recorder final : public TextSink {
 
   void take(const DisplayBatch& text) override;
   void break_line() override;
-  void stop_mark_reached() override { stop(); }
+  void stop_mark_reached() override;
   bool has_room() const override;
 
  private:
@@ -51,7 +53,9 @@ class Recorder final : public TextSink {
   const std::function<void()> ended_;
   std::unique_ptr<RecordingWriter> writer_;
   Guarded<RecordingWriter*> errors_to_{nullptr};  // writer_, for the connection thread
+  std::uint64_t enough_room_ = 0;                 // the whole queue, if that is small
   bool line_is_open_ = false;
+  bool ends_at_mark_ = false;
 };
 
 }  // namespace hvt

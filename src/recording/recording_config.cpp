@@ -5,8 +5,6 @@
 #include "recording/names.h"
 
 namespace hvt {
-namespace {}  // namespace
-
 void validate(const RecordingConfig& config) {
   if (config.directory.empty() || is_blank_name(config.filename))
     throw std::invalid_argument("Recording directory and filename must not be empty.");

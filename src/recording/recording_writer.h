@@ -48,9 +48,8 @@ struct RecordingStatus {
 // Threads   enqueue() on the interface thread; everything else from any thread. The writer thread is its own
 //           and alone touches files, once the constructor has created them.
 // Owns      its thread, the open part, the queue.
-// Ends      with stop(), a full queue or a failure of the disk: no more blocks are taken, those that were
-// taken
-//           are written (not behind a failed write), the files are closed, the metadata says why, and `ended`
+// Ends      with stop(), a full queue or a failure of the disk: no more blocks are taken, those that were are
+//           written (not behind a failed write), the files are closed, the metadata says why, and `ended`
 //           runs once, on the writer thread. The destructor stops and waits for all that; it must not run in
 //           `ended`.
 class RecordingWriter {

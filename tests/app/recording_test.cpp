@@ -30,12 +30,13 @@ std::string file_text(const std::filesystem::path& path) {
 
 // The program, connected, recording as "log".
 struct Program {
-  Program()
+  explicit Program(const RecordingConfig& config = {})
       : app(
             folder.path(), [this](const auto&, auto&) { return device; },
             [] {
               return std::vector<PortDescription>{{L"COM8", L""}};
-            }),
+            },
+            config),
         window(app) {
     app.attach(window);
     app.command(ControlId::connect);
@@ -102,11 +103,13 @@ TEST(Recording, IsCompleteHoweverItEnds) {
     const char* name;
     std::function<void(Program&)> end;
     std::string note;
+    std::wstring status;
   };
   const Case cases[] = {
-      {"disconnect", [](auto& program) { program.app.command(ControlId::connect); }, "\"disconnected\""},
-      {"unplug", [](auto& program) { program.device->unplug(L"Gone."); }, "\"disconnected\""},
-      {"close", [](auto& program) { program.app.closing(); }, "\"application_closed\""},
+      {"disconnect", [](auto& program) { program.app.command(ControlId::connect); }, "\"disconnected\"",
+       L"Disconnected"},
+      {"unplug", [](auto& program) { program.device->unplug(L"Gone."); }, "\"disconnected\"", L"Gone."},
+      {"close", [](auto& program) { program.app.closing(); }, "\"application_closed\"", L"Disconnected"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -116,6 +119,7 @@ TEST(Recording, IsCompleteHoweverItEnds) {
     c.end(program);
     ASSERT_TRUE(program.recording_ends());
     EXPECT_EQ(program.log(), "last words");
+    EXPECT_EQ(program.window.status(), c.status);
     EXPECT_NE(program.metadata().find("\"receive_processing_error\": " + c.note), std::string::npos);
     EXPECT_NE(program.metadata().find("\"finalized\": true"), std::string::npos);
     EXPECT_NE(program.metadata().find("\"integrity\": \"not_verified\""), std::string::npos);
@@ -175,6 +179,27 @@ TEST(Recording, AFailedStartOrDiskLeavesTheConnection) {
   EXPECT_TRUE(program.window.status().starts_with(L"Recording incomplete: ")) << "another status";
   EXPECT_EQ(program.window.state(ControlId::connect).caption, L"Connected");
   EXPECT_TRUE(program.until([&] { return program.window.shown() == L"x"; }));
+}
+
+TEST(Recording, AStopThatCameTooLateDoesNotEndTheNextOne) {
+  RecordingConfig config;
+  config.queue_capacity_bytes = 8;
+  Program program(config);
+  program.record();
+  program.feed("more than eight");
+  program.app.message(kDisplayMessage, 0, 0);
+  while (program.metadata().find("\"finalized\": true") == std::string::npos)
+    std::this_thread::yield();
+  program.app.command(ControlId::record);  // the program does not know yet that the session has ended
+  const auto caption = [&] { return program.window.state(ControlId::record).caption; };
+  while (caption() != L"Start Recording")
+    program.app.message(kTaskMessage, 0, 0);
+  EXPECT_EQ(program.window.status(), L"Recording incomplete: Recording buffer full. Recording stopped.");
+  program.record();
+  program.feed("second");
+  const auto second = [&] { return file_text(program.file("log_01_part001.log")); };
+  EXPECT_TRUE(program.until([&] { return second() == "second"; }));
+  EXPECT_EQ(caption(), L"Stop Recording");
 }
 
 TEST(Recording, HighSpeedTurnsTheDisplayOff) {
