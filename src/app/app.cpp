@@ -220,6 +220,7 @@ void App::connect() {
   if (!started) return show_error(text(TextId::cleanup_pending, Language::english));
   ports_.mark_used();
   line_ = *settings;
+  incomplete_.clear();
   facts_.link = LinkState::connecting;
   show_status(connecting_to_text(settings->port, facts_.language));
   update_controls();
@@ -448,6 +449,7 @@ void App::start_recording() {
   }
   pump_->set_sink(&recorder_);
   told_metadata_error_ = false;
+  incomplete_.clear();
   facts_.record = RecordState::running;
   update_controls();
   if (facts_.high_speed) return show_status(words(TextId::high_speed_recording));
@@ -477,7 +479,8 @@ void App::recording_ended() {
   if (status.integrity == Integrity::incomplete) {
     std::wstring why = localized_message(status.log_error, facts_.language);
     if (!why.empty()) why.insert(0, L": ");
-    show_error(std::wstring(words(TextId::recording_incomplete)) + why);
+    incomplete_ = std::wstring(words(TextId::recording_incomplete)) + why;
+    show_error(incomplete_);
   } else if (status.integrity == Integrity::suspect) {
     const auto errors =
         line_error_text(status.comm_error_mask, status.comm_error_observations, facts_.language);
@@ -619,7 +622,10 @@ void App::pump_display() {
   timer_suffices_ = result.trickles;
   if (result.more) wake_display();
   if (result.shown) show_line_count();
-  if (result.became_full) window_->set_status(words(TextId::display_full), StatusTone::error);
+  if (result.became_full) {  // which must not hide that a recording failed
+    const std::wstring before = incomplete_.empty() ? L"" : incomplete_ + L" ";
+    window_->set_status(before + std::wstring(words(TextId::display_full)), StatusTone::error);
+  }
   if (result.lost_bytes == 0) return;
   lost_bytes_ += result.lost_bytes;
   recorder_.report_data_loss(receive_loss_text(lost_bytes_, Language::english));
@@ -634,7 +640,9 @@ void App::clear_display(bool undisturbed) {
       recorder_.active() ? inbox_.add_mark(InboxEvent::Kind::clear_mark) : inbox_.clear();
       cancel_waits(turn, std::chrono::steady_clock::now());
     }
-    if (pump_->full()) show_status(words(TextId::status_ready));  // what it said is over
+    if (pump_->full()) {  // what it said is over
+      incomplete_.empty() ? show_status(words(TextId::status_ready)) : show_error(incomplete_);
+    }
     recorder_.active() ? pump_->clear_shown() : pump_->clear();
     lost_bytes_ = 0;
     facts_.paused = false;

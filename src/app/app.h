@@ -143,6 +143,7 @@ class App final : public WindowEvents {
   SerialSettings line_;  // of the latest connect()
   std::function<void()> after_recording_;
   bool told_metadata_error_ = false;  // in this session
+  std::wstring incomplete_;           // what was told of the last recording, if it is
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};

@@ -202,6 +202,23 @@ TEST(Recording, AStopThatCameTooLateDoesNotEndTheNextOne) {
   EXPECT_EQ(caption(), L"Stop Recording");
 }
 
+TEST(Recording, AFailureStaysToldWhileTheDisplayIsFull) {
+  RecordingConfig config;
+  config.queue_capacity_bytes = 8;
+  Program program(config);
+  program.record();
+  program.feed("more than eight");
+  ASSERT_TRUE(program.recording_ends());
+  const std::wstring failure = L"Recording incomplete: Recording buffer full. Recording stopped.";
+  EXPECT_EQ(program.window.status(), failure);
+  program.window.receive_view().navigate();
+  program.feed(std::string(std::size_t{4} << 20, 'x'));
+  EXPECT_TRUE(program.until(
+      [&] { return program.window.status().starts_with(failure + L" Receive display is full."); }));
+  program.app.command(ControlId::clear);
+  EXPECT_EQ(program.window.status(), failure);
+}
+
 TEST(Recording, HighSpeedTurnsTheDisplayOff) {
   Program program;
   program.app.command(ControlId::connect);

@@ -251,7 +251,7 @@ TEST(FailedRecording, SaysThatItIsIncompleteAndWhy) {
     const bool ended = QTest::qWaitFor([&] { return !program.records(); }, 60'000);
     ::setrlimit(RLIMIT_FSIZE, &before);
     ASSERT_TRUE(ended);
-    EXPECT_EQ(program.status(), failure.status);
+    EXPECT_TRUE(program.status().starts_with(failure.status)) << program.status();
     EXPECT_EQ(program.caption(ControlId::connect), "Connected");
     device::PatternVerifier verifier(program.kind(), device::PatternVerifier::Start::kAtRecordZero);
     const recover::Recovery found = program.recover(verifier);
