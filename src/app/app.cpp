@@ -725,7 +725,7 @@ void App::toggle(bool Facts::*fact) {
 void App::update_controls() {
   if (engine_.activity() != RepeatEngine::Activity::repeat) facts_.repeat = RepeatState::idle;
   sent_options_.with([&](DisplayOptions& options) { options = display_options(); });
-  if (pump_) pump_->show_new_text(facts_.record == RecordState::idle || shows_while_recording(facts_));
+  if (pump_) pump_->show_sink_text(shows_while_recording(facts_));
   const ControlStates states = rules(facts_);
   std::vector<ControlChange> changes;
   for (const ControlRow& row : kControls) {

@@ -89,7 +89,7 @@ void DisplayPump::format_piece(const DisplayOptions& options, Language language)
   }
   if (sink_ != nullptr && (text_.characters() > 0 || text_.raw_rx_bytes > 0)) sink_->take(text_);
   if (clears_ahead_ > 0) return;
-  if (shows_) {
+  if (shows_sink_text_ || !before_stop_) {
     enqueue();
   } else {
     gap_ = gap_ || text_.characters() > 0;
@@ -156,6 +156,7 @@ void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& op
     case InboxEvent::Kind::withdrawn: return format_hidden_tx(line_, text_);  // it may have been answered
     case InboxEvent::Kind::clear_mark: --clears_ahead_; return begin_anew();
     case InboxEvent::Kind::stop_mark:
+      before_stop_ = false;
       if (sink_ != nullptr) sink_->stop_mark_reached();
       return;
     case InboxEvent::Kind::received: return;

@@ -60,9 +60,12 @@ class DisplayPump {
   Result run(const DisplayOptions& options, Language language);
 
   // Null for nobody. It outlives the pump or is taken away.
-  void set_sink(TextSink* sink) { sink_ = sink; }
-  // False: only the sink gets what comes.
-  void show_new_text(bool show) { shows_ = show; }
+  void set_sink(TextSink* sink) {
+    sink_ = sink;
+    before_stop_ = sink != nullptr;
+  }
+  // False: what comes before stop_mark is for the sink only.
+  void show_sink_text(bool show) { shows_sink_text_ = show; }
 
   // The view stays where it is until follow(), whatever arrives. Both may be called twice.
   void pause() { paused_ = true; }
@@ -102,7 +105,8 @@ class DisplayPump {
   ReceiveView& view_;
   const Clock clock_;
   TextSink* sink_ = nullptr;
-  bool shows_ = true;
+  bool shows_sink_text_ = true;
+  bool before_stop_ = false;       // what is formatted now came before the sink's stop_mark
   bool gap_ = false;               // something was not shown since the queue got text
   bool ends_inside_line_ = false;  // the text that the queue got
   int clears_ahead_ = 0;           // of the view, whose marks are not reached yet

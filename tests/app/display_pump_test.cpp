@@ -302,23 +302,29 @@ TEST(DisplayPump, WhatIsOnlyForTheSinkIsNotShown) {
   Rig rig;
   NotingSink sink;
   rig.pump.set_sink(&sink);
-  rig.pump.show_new_text(false);
+  rig.pump.show_sink_text(false);
   rig.receive(3, 'a');
   rig.run_out();
-  rig.pump.show_new_text(true);
+  rig.pump.show_sink_text(true);
   rig.receive(3, 'b');
   rig.run_out();
   EXPECT_EQ(sink.text, L"aaabbb");
   EXPECT_EQ(rig.view.text(), L"bbb");
-  rig.pump.show_new_text(false);
+  rig.pump.show_sink_text(false);
   rig.receive(3, 'c');
   rig.run_out();
-  rig.pump.show_new_text(true);
+  rig.pump.show_sink_text(true);
   rig.receive(3, 'd');
   rig.receive(3, 'e');
   rig.run_out();
   EXPECT_EQ(sink.text, L"aaabbbcccdddeee");
   EXPECT_EQ(rig.view.text(), L"bbb\r\ndddeee") << "what comes after a gap begins a line";
+  rig.pump.show_sink_text(false);
+  rig.receive(3, 'f');
+  rig.inbox.add_mark(InboxEvent::Kind::stop_mark);
+  rig.receive(3, 'g');
+  rig.run_out();
+  EXPECT_EQ(rig.view.text(), L"bbb\r\ndddeee\r\nggg") << "what the sink need not take is shown";
 }
 
 TEST(DisplayPump, FewerBytesTakeEffectAtOnce) {
