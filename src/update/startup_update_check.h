@@ -13,8 +13,8 @@ namespace hvt {
 //
 // Promises  each check that began ends with one result, a failure included, unless the object ends before.
 //           One check runs at a time. Nothing is retried.
-// Threads   the interface thread. `report` runs on the check's own thread; all it may do is hand the result
-//           to the interface thread.
+// Threads   the interface thread. `report` runs on the check's own thread, or within request_check() when the
+//           system has no thread to give; all it may do is hand the result to the interface thread.
 // Owns      the thread, and shares its state with it.
 // Ends      with the destructor: a check in flight is cancelled and left behind if it has not ended after
 //           100 ms. No report begins after that.

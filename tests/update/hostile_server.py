@@ -24,6 +24,7 @@ import threading
 import time
 
 PACE = 0.2  # seconds between the pieces of a slow answer
+PIECES = 60  # of a slow answer: enough for more than 10 s. Wine goes on reading what the program gave up.
 HOP = 3  # seconds for each step of a slow chain of redirects
 OK = b"HTTP/1.1 200 OK\r\n"
 LENGTH_100 = OK + b"Content-Length: 100\r\n\r\n"
@@ -142,8 +143,8 @@ ANSWERS = {
     "endless-headers": lambda c, *_: flood(c, OK, b"X-More: of the same\r\n" * 100),
     "endless-interim": lambda c, *_: flood(c, b"", b"HTTP/1.1 102 Processing\r\n\r\n" * 100),
     "silent": lambda c, name, _: stall(c, name),
-    "slow-headers": lambda c, *_: drip(c, itertools.chain([OK, b"X-Slow: "], itertools.repeat(b"x"))),
-    "slow-body": lambda c, *_: drip(c, itertools.chain([OK, b"\r\n"], itertools.repeat(b"x"))),
+    "slow-headers": lambda c, *_: drip(c, itertools.chain([OK, b"X-Slow: "], itertools.repeat(b"x", PIECES))),
+    "slow-body": lambda c, *_: drip(c, itertools.chain([OK, b"\r\n"], itertools.repeat(b"x", PIECES))),
     "stalled-body": lambda c, name, _: stall(c, name, LENGTH_100 + b"x"),
     "slow-redirect": lambda c, *_: slow_redirect(c),
     "when-stalled": lambda c, name, _: when(stalled, lambda now: name in now, c),

@@ -165,12 +165,17 @@ std::optional<DWORD> header_number(HINTERNET request, DWORD header) {
   return number;
 }
 
+void limit_waits(HINTERNET handle) {
+  constexpr int kLimit = static_cast<int>(kFetchTimeout.count());
+  require(WinHttpSetTimeouts(handle, kLimit, kLimit, kLimit, kLimit));
+  set_number(handle, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, static_cast<DWORD>(kFetchTimeout.count()));
+}
+
 Internet open_session() {
   const std::wstring agent = utf8_to_utf16(user_agent());
   auto session = opened(WinHttpOpen(agent.c_str(), WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, WINHTTP_NO_PROXY_NAME,
                                     WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC));
-  const int limit = static_cast<int>(kFetchTimeout.count());
-  require(WinHttpSetTimeouts(session.get(), limit, limit, limit, limit));
+  limit_waits(session.get());
   return session;
 }
 

@@ -5,7 +5,6 @@
 #include <iterator>
 
 namespace hvt::test {
-
 namespace {
 
 std::string failure(int code) {

@@ -1,19 +1,21 @@
 #include "tests/update/system.h"
 
-#include <wincrypt.h>
 #include <windows.h>
+
+#include <wincrypt.h>
 #include <winhttp.h>
 
+#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "base/win32/wine.h"
 
 namespace hvt::test {
-
 namespace {
 
 const char* const kAnyFailure = "Update request failed (Windows error ";
@@ -56,6 +58,19 @@ std::vector<BYTE> read_certificate() {
   return bytes;
 }
 
+// Where the user's store keeps a certificate: under the number that names it.
+std::wstring registry_key(PCCERT_CONTEXT certificate) {
+  std::array<BYTE, 20> hash{};
+  DWORD size = static_cast<DWORD>(hash.size());
+  CertGetCertificateContextProperty(certificate, CERT_SHA1_HASH_PROP_ID, hash.data(), &size);
+  std::wstring key = L"Software\\Microsoft\\SystemCertificates\\Root\\Certificates\\";
+  for (const BYTE byte : hash) {
+    key += L"0123456789ABCDEF"[byte >> 4];
+    key += L"0123456789ABCDEF"[byte & 15];
+  }
+  return key;
+}
+
 }  // namespace
 
 // WinHTTP trusts what the system trusts, so the authority becomes a part of that for a while. Windows would
@@ -72,9 +87,11 @@ TrustedAuthority::TrustedAuthority() {
                                                       CERT_STORE_ADD_REPLACE_EXISTING, &certificate) &&
                      CertControlStore(store, 0, CERT_STORE_CTRL_COMMIT, nullptr);
   if (!added) throw std::runtime_error("The test's authority cannot be trusted: no administrator?");
-  remove_ = [store, certificate] {
+  remove_ = [store, certificate, key = registry_key(certificate)] {
     CertDeleteCertificateFromStore(certificate);
     CertCloseStore(store, 0);
+    // Wine forgets to delete it where it is kept.
+    if (runs_on_wine()) RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
   };
 }
 
