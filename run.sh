@@ -6,7 +6,7 @@ cd "$(dirname "$0")"
 
 tools/packages.sh run
 cmake --preset linux -DBUILD_TESTING=OFF -B build/run >/dev/null
-cmake --build build/run --target HalvetricSerialTest hvt-virtual-device hvt-list-ports hvt-control-map
+cmake --build build/run --target HalvetricSerialTest hvt-virtual-device hvt-list-ports hvt-control-map hvt-recover
 
 if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   exec tools/demo/play.sh build/run build/demo

@@ -75,13 +75,29 @@ void wait_readable(int fd) {
   ::poll(&waits, 1, -1);
 }
 
-// Argument: with a response wait (which the device never ends) or without. Beside it a bare write by the
-// interface thread.
+// Keeps every processor busy while it lives.
+class Load {
+ public:
+  explicit Load(unsigned threads) {
+    for (unsigned i = 0; i < threads; ++i)
+      threads_.emplace_back([](const std::stop_token& stop) {
+        for (std::uint64_t turn = 0; !stop.stop_requested(); ++turn)
+          benchmark::DoNotOptimize(turn);
+      });
+  }
+
+ private:
+  std::vector<std::jthread> threads_;
+};
+
+// Arguments: with a response wait (which the device never ends) or without; busy threads beside it. In the
+// same run a bare write by the interface thread.
 void ClickToWire(benchmark::State& state) {
   test::Pty device;
   Program program(device.path());
   program.wait_for_rx(state.range(0) != 0);
   program.window.type(ControlId::rx_timeout, L"99999999");
+  const Load load(static_cast<unsigned>(state.range(1)));
   test::Pty bare_device;
   const UniqueFd bare_port(::open(bare_device.path().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK));
   std::vector<double> clicked;
@@ -102,11 +118,12 @@ void ClickToWire(benchmark::State& state) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));  // a person clicks no faster
     program.window.deliver();
   }
-  state.SetLabel(state.range(0) != 0 ? "waiting for RX" : "not waiting");
+  state.SetLabel(std::string(state.range(0) != 0 ? "waiting for RX" : "not waiting") +
+                 (state.range(1) != 0 ? ", busy machine" : ""));
   report(state, "click", std::move(clicked));
   report(state, "bare", std::move(bare));
 }
-BENCHMARK(ClickToWire)->DenseRange(0, 1)->Iterations(2000)->Unit(benchmark::kMillisecond);
+BENCHMARK(ClickToWire)->ArgsProduct({{0, 1}, {0, 8}})->Iterations(1000)->Unit(benchmark::kMillisecond);
 
 // The time between the device's receiving a request and its sending the reply, in milliseconds, by its own
 // log.

@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "app/app.h"
+#include "bench/application.h"
 #include "tests/support/device_process.h"
-#include "ui/qt/application.h"
 #include "ui/qt/look.h"
 #include "ui/qt/main_window.h"
 
@@ -32,15 +32,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-
-Application& application() {
-  if (::getenv("DISPLAY") == nullptr) ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-  static int count = 1;
-  static char name[] = "hvt_bench";
-  static char* arguments[] = {name, nullptr};
-  static Application application(count, arguments);
-  return application;
-}
 
 enum Shape : std::int64_t { kShortLines, kEndlessLine, kTokens };
 
@@ -66,7 +57,7 @@ DisplayBatch make_batch(Shape shape) {
 }
 
 void full_repaint(benchmark::State& state) {
-  application();
+  bench::application();
   ReceiveViewWidget view(nullptr);
   view.setFont(look::fixed_font(QApplication::font()));
   view.resize(1600, 1200);
@@ -88,7 +79,7 @@ BENCHMARK(full_repaint)
 
 // The same batches appended with an update each, as the pump does while following a fast line.
 void append_and_update(benchmark::State& state) {
-  application();
+  bench::application();
   ReceiveViewWidget view(nullptr);
   view.setFont(look::fixed_font(QApplication::font()));
   view.resize(1600, 1200);
@@ -167,6 +158,7 @@ std::string port_of(test::DeviceProcess& device) {
 
 // What a loop that only reads takes in `time`, in bytes per second.
 double bare_rate(const std::vector<std::string>& device_arguments, std::chrono::duration<double> time) {
+  const test::PrivateRuntimeFolder folder;
   test::DeviceProcess device(device_arguments);
   const UniqueFd port(::open(port_of(device).c_str(), O_RDONLY | O_NOCTTY));
   std::vector<char> buffer(1 << 16);
@@ -186,7 +178,7 @@ class Flooded {
   explicit Flooded(const std::vector<std::string>& device_arguments)
       : device_(device_arguments),
         port_(port_of(device_)),
-        app_({},
+        app_(folder_.path() / "data", {},
              [this] {
                return std::vector<PortDescription>{{std::wstring(port_.begin(), port_.end()), L""}};
              }),
@@ -213,6 +205,7 @@ class Flooded {
   }
 
  private:
+  const test::PrivateRuntimeFolder folder_;
   test::DeviceProcess device_;
   const std::string port_;
   App app_;
@@ -231,8 +224,7 @@ std::uint64_t read_bytes() {
 
 // The first argument is the rate (0: as fast as it goes), the second 1 for Hex, the third 1 for paused.
 void flood(benchmark::State& state) {
-  application();
-  const test::PrivateRuntimeFolder folder;
+  bench::application();
   const std::string rate = state.range(0) == 0 ? "max" : std::to_string(state.range(0));
   const std::vector<std::string> arguments{"--flood", rate};
   const char* const asked = ::getenv("HVT_FLOOD_SECONDS");

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "base/text.h"
+#include "recording/local_time.h"
+#include "recording/names.h"
 #include "settings/send_preset.h"
 #include "transmit/number_fields.h"
 #include "transmit/packet_text.h"
@@ -24,10 +27,13 @@ std::wstring message_of(const std::exception& error) {
 
 }  // namespace
 
-App::App(std::filesystem::path data_folder, TransportFactory factory, PortSource port_source)
+App::App(std::filesystem::path data_folder, TransportFactory factory, PortSource port_source,
+         RecordingConfig recording)
     : data_folder_(std::move(data_folder)),
       port_source_(std::move(port_source)),
+      recording_(std::move(recording)),
       inbox_([this] { wake_display(); }),
+      recorder_([this] { post_to_ui([this] { recording_ended(); }); }),
       serial_(std::move(factory), serial_callbacks()),
       engine_(waits_, engine_link()) {}
 
@@ -80,6 +86,9 @@ void App::command(ControlId id) {
     case ControlId::auto_crlf: return toggle(&Facts::auto_crlf);
     case ControlId::wait_for_rx: return toggle(&Facts::wait_for_rx);
     case ControlId::repeat: return repeat();
+    case ControlId::record: return start_or_stop_recording();
+    case ControlId::display_while_recording: return toggle(&Facts::display_while_recording);
+    case ControlId::open_folder: return open_recordings();
     case ControlId::save_packets: return save_packets();
     case ControlId::load_packets: return load_packets();
     default:
@@ -88,6 +97,7 @@ void App::command(ControlId id) {
 }
 
 void App::chosen(ControlId id) {
+  if (id == ControlId::baud) return baud_chosen();
   if (id == ControlId::buffer_size) return set_buffer_size(), save_settings();
   if (id != ControlId::port) return;  // the line settings are read when connecting
   if (const auto row = window_->selected_choice(id)) ports_.choose(*row);
@@ -120,7 +130,20 @@ Size App::minimum_client_size(int proposed_width) {
 void App::closing() {
   if (std::exchange(closed_, true)) return;
   disconnect();
-  if (window_) save_settings();
+  if (!window_) return;
+  drain_recording();
+  save_settings();
+}
+
+// The window must not go before its recording is whole.
+void App::drain_recording() {
+  constexpr std::chrono::milliseconds kLook{1};
+  stop_recording();
+  while (recorder_.active()) {
+    pump_display();
+    tasks_.run_all();
+    std::this_thread::sleep_for(kLook);
+  }
 }
 
 void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
@@ -133,6 +156,7 @@ void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
     tasks_.run_all();  // a post may have been refused
     timer_suffices_ = false;
     pump_display();
+    show_recording_state();
   }
 }
 
@@ -188,13 +212,14 @@ void App::connect() {
   if (!settings) return;
   const auto timeout = window_->selected_choice(ControlId::timeout).value_or(0);
   const int seconds = parse_field_number(kTimeoutSeconds[timeout], 1, 5, words(TextId::connection_timeout));
-  const std::uint64_t attempt = ++attempt_;
+  const std::uint64_t attempt = connected_attempt_ = ++attempt_;
   const bool started =
       serial_.connect(*settings, seconds * 1000, [=, this](bool connected, const std::wstring& message) {
         post_to_ui([=, this] { connect_ended(attempt, connected, message, seconds); });
       });
   if (!started) return show_error(text(TextId::cleanup_pending, Language::english));
   ports_.mark_used();
+  line_ = *settings;
   facts_.link = LinkState::connecting;
   show_status(connecting_to_text(settings->port, facts_.language));
   update_controls();
@@ -222,6 +247,8 @@ void App::disconnect() {
   if (facts_.link == LinkState::disconnected) return;
   facts_.link = LinkState::disconnected;
   if (!window_) return;
+  recorder_.note_connection_end(closed_ ? L"application_closed" : L"disconnected");
+  stop_recording();
   update_controls();
   show_status(words(TextId::status_disconnected));
 }
@@ -232,7 +259,7 @@ SerialPort::Callbacks App::serial_callbacks() {
       .status = [this](const SerialStatus& status) { on_status(status); },
       .lost =
           [this](const std::wstring& message) {
-            const std::uint64_t attempt = attempt_;
+            const std::uint64_t attempt = connected_attempt_;
             post_to_ui([=, this] { connection_lost(attempt, message); });
           },
   };
@@ -246,6 +273,8 @@ void App::connection_lost(std::uint64_t attempt, const std::wstring& message) {
 
 // A noisy line reports with every chunk: one task is under way at a time, it takes the latest.
 void App::on_status(const SerialStatus& status) {
+  if (status.last_error_mask != 0)
+    recorder_.add_comm_error(status.last_error_mask, status.input_queued_bytes);
   if (status.connection_lost || (status.last_error_mask == 0 && !status.query_failed)) return;
   const bool waiting =
       new_status_.with([&](auto& latest) { return std::exchange(latest, status).has_value(); });
@@ -332,36 +361,41 @@ TransmitPanel App::read_transmit_panel() const {
 bool App::direct_write(std::span<const std::uint8_t> bytes, std::wstring& error) {
   {
     const ResponseWaitSlot::Turn turn(*waits_);
-    if (!mark_sent(bytes)) {
+    if (!mark_sent(bytes, Inbox::Write::direct)) {
       error = L"A transmission is already in progress.";
       return false;
     }
     cancel_waits(turn, std::chrono::steady_clock::now());  // no response is waited for behind this packet
   }
-  return write_marked(bytes, error);
-}
-
-bool App::mark_sent(std::span<const std::uint8_t> bytes) {
-  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
-  return inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options);
-}
-
-bool App::write_marked(std::span<const std::uint8_t> bytes, std::wstring& error) {
   const bool written = serial_.write(bytes, error);
   inbox_.end_sent(written ? Inbox::Written::yes : Inbox::Written::no);
   return written;
 }
 
+bool App::mark_sent(std::span<const std::uint8_t> bytes, Inbox::Write write) {
+  const DisplayOptions options = sent_options_.with([](const DisplayOptions& now) { return now; });
+  return inbox_.begin_sent(bytes, std::chrono::steady_clock::now(), options, write);
+}
+
 RepeatEngine::Link App::engine_link() {
   return {
-      .write =
-          [this](std::span<const std::uint8_t> bytes, std::wstring& error) {
-            if (place_marked_) return write_marked(bytes, error);
-            error = L"A transmission is already in progress.";
-            return false;
-          },
+      .write = [this](std::span<const std::uint8_t> bytes,
+                      std::wstring& error) { return write_packet(bytes, error); },
       .disconnect = [this] { write_broke_ = true; },  // together with the message, which follows
   };
+}
+
+// The time of a write is taken when this returns, so that a success is noted afterwards, with the event
+// `sent`.
+bool App::write_packet(std::span<const std::uint8_t> bytes, std::wstring& error) {
+  if (!place_marked_) {
+    error = L"A transmission is already in progress.";
+    return false;
+  }
+  if (serial_.write(bytes, error)) return true;
+  inbox_.end_sent(Inbox::Written::no);
+  place_marked_ = false;
+  return false;
 }
 
 // Sending and timed_out come in a turn of the wait slot, so what is noted here stands in the order of the
@@ -369,8 +403,10 @@ RepeatEngine::Link App::engine_link() {
 void App::on_repeat(const RepeatEvent& event) {
   switch (event.kind) {
     case RepeatEventKind::iteration: return inbox_.add_iteration(event.iteration, repeat_count_);
-    case RepeatEventKind::sending: place_marked_ = mark_sent(event.bytes); return;
-    case RepeatEventKind::sent: return;
+    case RepeatEventKind::sending: place_marked_ = mark_sent(event.bytes, Inbox::Write::queued); return;
+    case RepeatEventKind::sent:  // once more when its response came
+      if (std::exchange(place_marked_, false)) inbox_.end_sent(Inbox::Written::yes);
+      return;
     case RepeatEventKind::timed_out: return inbox_.add_timeout();
     case RepeatEventKind::ended:
     case RepeatEventKind::stopped: return post_to_ui([this] { update_controls(); });
@@ -390,6 +426,93 @@ void App::run_failed(std::uint64_t attempt, const std::wstring& message, Connect
   show_error(message);
 }
 
+// Recording
+
+void App::start_or_stop_recording() {
+  recorder_.active() ? stop_recording() : start_recording();
+}
+
+void App::start_recording() {
+  if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
+  RecordingConfig config = recording_;
+  config.directory = data_folder_ / "recording";
+  config.receive_format = facts_.receive_hex ? ReceiveFormat::hex : ReceiveFormat::ascii;
+  config.serial = line_;
+  config.filename = window_->field_text(ControlId::record_name);
+  if (is_blank_name(config.filename))
+    config.filename = automatic_name(local_time_now(), line_.port, config.receive_format);
+  try {
+    recorder_.start(config);
+  } catch (const std::exception& error) {
+    return show_error(message_of(error));
+  }
+  pump_->set_sink(&recorder_);
+  told_metadata_error_ = false;
+  facts_.record = RecordState::running;
+  update_controls();
+  if (facts_.high_speed) return show_status(words(TextId::high_speed_recording));
+  show_status(recording_to_text(recorder_.status().session_base, facts_.language));
+}
+
+// What has arrived by now is still recorded; `then` runs when the files are closed.
+void App::stop_recording(std::function<void()> then) {
+  if (!recorder_.active()) {
+    if (then) then();
+    return;
+  }
+  after_recording_ = std::move(then);
+  if (std::exchange(facts_.record, RecordState::draining) == RecordState::running) {
+    recorder_.stop_at_mark();
+    inbox_.add_mark(InboxEvent::Kind::stop_mark);
+  }
+  update_controls();
+}
+
+void App::recording_ended() {
+  if (!recorder_.active()) return;
+  pump_->set_sink(nullptr);
+  const RecordingStatus status = recorder_.finish();
+  facts_.record = RecordState::idle;
+  update_controls();
+  if (status.integrity == Integrity::incomplete) {
+    std::wstring why = localized_message(status.log_error, facts_.language);
+    if (!why.empty()) why.insert(0, L": ");
+    show_error(std::wstring(words(TextId::recording_incomplete)) + why);
+  } else if (status.integrity == Integrity::suspect) {
+    const auto errors =
+        line_error_text(status.comm_error_mask, status.comm_error_observations, facts_.language);
+    show_error(std::wstring(words(TextId::recording_suspect)) + L": " + errors);
+  } else if (!status.metadata_error.empty() && !told_metadata_error_) {
+    show_error(status.metadata_error);
+  } else if (facts_.link == LinkState::connected) {  // else the status says how the connection ended
+    show_status(recording_saved_text(status.session_base, facts_.language));
+  }
+  if (const auto then = std::exchange(after_recording_, {})) then();
+}
+
+// On the display's timer: what a person should know before the session ends.
+void App::show_recording_state() {
+  if (!recorder_.active() || told_metadata_error_) return;
+  const std::wstring error = recorder_.status().metadata_error;
+  if (error.empty()) return;
+  told_metadata_error_ = true;
+  show_error(error);
+}
+
+void App::open_recordings() {
+  const std::filesystem::path folder = data_folder_ / "recording";
+  std::error_code failed;
+  std::filesystem::create_directories(folder, failed);
+  if (failed || !window_->open_in_desktop(folder)) show_error(text(TextId::no_folder, Language::english));
+}
+
+void App::baud_chosen() {
+  const bool before =
+      std::exchange(facts_.high_speed, is_high_speed(binding_.chosen_text(*window_, ControlId::baud)));
+  update_controls();
+  if (facts_.high_speed && !before) show_status(words(TextId::high_speed_recording));
+}
+
 // Settings and files
 
 // True when the file holds a window size. A file that cannot be read counts as none; it stays as it is until
@@ -404,12 +527,16 @@ bool App::load_settings() {
   settings_ = loaded.settings;
   binding_.show(settings_, *window_, facts_);
   set_buffer_size();
+  facts_.high_speed = is_high_speed(binding_.chosen_text(*window_, ControlId::baud));
   return loaded.has_saved_window_size;
 }
 
 void App::place_window(bool as_saved) {
-  const Rect saved{settings_.window_left, settings_.window_top, settings_.window_width,
-                   settings_.window_height};
+  // A file may hold any number, whose sum with another is none any more; no screen is larger than this.
+  static constexpr std::int32_t kFarthest = 32'767;
+  const auto possible = [](std::int32_t pixels) { return std::clamp(pixels, -kFarthest, kFarthest); };
+  const Rect saved{possible(settings_.window_left), possible(settings_.window_top),
+                   possible(settings_.window_width), possible(settings_.window_height)};
   if (!as_saved) return window_->set_client_size(first_client_size(metrics_));
   window_->set_place({saved, settings_.window_state == L"Maximized"});
 }
@@ -489,25 +616,26 @@ void App::wake_display() {
 void App::pump_display() {
   if (!pump_) return;
   const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
-  if (result.more) wake_display();
   timer_suffices_ = result.trickles;
+  if (result.more) wake_display();
   if (result.shown) show_line_count();
   if (result.became_full) window_->set_status(words(TextId::display_full), StatusTone::error);
   if (result.lost_bytes == 0) return;
   lost_bytes_ += result.lost_bytes;
+  recorder_.report_data_loss(receive_loss_text(lost_bytes_, Language::english));
   window_->set_status(receive_loss_text(lost_bytes_, facts_.language), StatusTone::error);
 }
 
 void App::clear_display(bool undisturbed) {
   const auto clear = [this] {
     {
-      // A write in progress is waited for within the turn; it needs no turn to end.
+      // A direct write in progress is waited for within the turn; it needs no turn to end.
       const ResponseWaitSlot::Turn turn(*waits_);
-      inbox_.clear();
+      recorder_.active() ? inbox_.add_mark(InboxEvent::Kind::clear_mark) : inbox_.clear();
       cancel_waits(turn, std::chrono::steady_clock::now());
     }
     if (pump_->full()) show_status(words(TextId::status_ready));  // what it said is over
-    pump_->clear();
+    recorder_.active() ? pump_->clear_shown() : pump_->clear();
     lost_bytes_ = 0;
     facts_.paused = false;
     update_controls();
@@ -589,6 +717,7 @@ void App::toggle(bool Facts::*fact) {
 void App::update_controls() {
   if (engine_.activity() != RepeatEngine::Activity::repeat) facts_.repeat = RepeatState::idle;
   sent_options_.with([&](DisplayOptions& options) { options = display_options(); });
+  if (pump_) pump_->show_new_text(facts_.record == RecordState::idle || shows_while_recording(facts_));
   const ControlStates states = rules(facts_);
   std::vector<ControlChange> changes;
   for (const ControlRow& row : kControls) {

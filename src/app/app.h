@@ -13,6 +13,7 @@
 #include "app/display_pump.h"
 #include "app/inbox.h"
 #include "app/port_selection.h"
+#include "app/recorder.h"
 #include "app/settings_binding.h"
 #include "app/task_queue.h"
 #include "base/guarded.h"
@@ -35,9 +36,9 @@ namespace hvt {
 class App final : public WindowEvents {
  public:
   // Settings and what else is kept stand below `data_folder`. An empty factory opens this system's serial
-  // ports.
+  // ports. `recording` holds the limits of recordings; the rest of it is filled in at each start.
   explicit App(std::filesystem::path data_folder, TransportFactory factory = {},
-               PortSource port_source = list_system_ports);
+               PortSource port_source = list_system_ports, RecordingConfig recording = {});
   ~App() override;
 
   // Loads the settings, fills the window's controls, gives it its place, shows it and starts the display
@@ -80,8 +81,8 @@ class App final : public WindowEvents {
   void show_line_status(std::uint64_t attempt);
   enum class Connection { good, broken };
   void run_failed(std::uint64_t attempt, const std::wstring& message, Connection connection);
-  bool write_marked(std::span<const std::uint8_t> bytes, std::wstring& error);
-  bool mark_sent(std::span<const std::uint8_t> bytes);
+  bool write_packet(std::span<const std::uint8_t> bytes, std::wstring& error);
+  bool mark_sent(std::span<const std::uint8_t> bytes, Inbox::Write write);
   RepeatEngine::WaitOptions read_wait_options() const;
   TransmitPanel read_transmit_panel() const;
   void stop_repeat();
@@ -96,6 +97,14 @@ class App final : public WindowEvents {
   void place_window(bool as_saved);
   void gather_settings();
   void save_settings();
+  void start_or_stop_recording();
+  void start_recording();
+  void stop_recording(std::function<void()> then = {});
+  void recording_ended();
+  void drain_recording();
+  void show_recording_state();
+  void open_recordings();
+  void baud_chosen();
   void save_packets();
   void load_packets();
   std::optional<std::filesystem::path> ask_packets_file(bool save);
@@ -121,6 +130,7 @@ class App final : public WindowEvents {
 
   const std::filesystem::path data_folder_;
   const PortSource port_source_;
+  const RecordingConfig recording_;
   MainWindow* window_ = nullptr;
   std::unique_ptr<DisplayPump> pump_;
   Facts facts_;
@@ -130,6 +140,9 @@ class App final : public WindowEvents {
   PortSelection ports_;
   AppSettings settings_;  // as loaded or gathered last
   SettingsBinding binding_;
+  SerialSettings line_;  // of the latest connect()
+  std::function<void()> after_recording_;
+  bool told_metadata_error_ = false;  // in this session
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};
@@ -138,12 +151,14 @@ class App final : public WindowEvents {
   Guarded<std::optional<SerialStatus>> new_status_;  // waits for the interface thread, the latest only
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
   std::atomic<std::uint64_t> attempt_{0};
+  std::atomic<std::uint64_t> connected_attempt_{0};  // the latest connect()
   std::uint64_t lost_bytes_ = 0;
   std::wstring line_count_;             // as shown
   bool told_about_high_speed_ = false;  // once per run of the program
   bool closed_ = false;
 
   Inbox inbox_;
+  Recorder recorder_;
   SerialPort serial_;
   Guarded<DisplayOptions> sent_options_;        // how a packet written now is shown; read by the worker
   bool write_broke_ = false;                    // worker: the run in progress ends because a write failed

@@ -12,6 +12,9 @@ namespace {
 // Received bytes formatted at once: small enough that one piece never outlasts the slice by much.
 constexpr std::size_t kPieceBytes = 1024;
 
+// So much may wait in the inbox for a slow sink; beyond that, the sink has to say that it cannot follow.
+constexpr std::size_t kMostHeldBack = Inbox::kCapacity / 2;
+
 }  // namespace
 
 DisplayPump::DisplayPump(Inbox& inbox, ReceiveView& view, Clock clock)
@@ -27,7 +30,7 @@ DisplayPump::Result DisplayPump::run(const DisplayOptions& options, Language lan
   format_until(start + kSlice, options, language);
 
   Result result;
-  result.more = can_show() || fetch();
+  result.more = can_show() || (may_format() && fetch());
   const Time now = clock_();
   const auto backlog = result.more ? UpdatePace::Backlog::waits : UpdatePace::Backlog::none;
   const UpdatePace::Due due = changed ? pace_.changed(now, backlog) : pace_.idle(now);
@@ -64,8 +67,8 @@ bool DisplayPump::fetch() {
 }
 
 void DisplayPump::format_until(Time end, const DisplayOptions& options, Language language) {
-  while (fetch() && clock_() < end) {
-    if (queue_.full() && !hook_) {
+  while (fetch() && may_format() && clock_() < end) {
+    if (queue_.full() && sink_ == nullptr) {
       skip_fetched();
     } else {
       format_piece(options, language);
@@ -84,11 +87,44 @@ void DisplayPump::format_piece(const DisplayOptions& options, Language language)
     next_byte_ += event.size;
     ++next_event_;
   }
-  if (hook_ && text_.characters() > 0) hook_(text_);
-  if (queue_.add(text_) == DisplayQueue::Outcome::became_full) {
-    became_full_ = true;
-    line_ = {};
+  if (sink_ != nullptr && (text_.characters() > 0 || text_.raw_rx_bytes > 0)) sink_->take(text_);
+  if (clears_ahead_ > 0) return;
+  if (shows_) {
+    enqueue();
+  } else {
+    gap_ = gap_ || text_.characters() > 0;
   }
+}
+
+// What was not shown may have ended in another place of a line than what was.
+void DisplayPump::enqueue() {
+  constexpr std::wstring_view kLineBreak = L"\r\n";
+  if (text_.characters() > 0) {
+    if (std::exchange(gap_, false) && ends_inside_line_ && !text_.text().starts_with(kLineBreak)) {
+      DisplayBatch line_break;
+      line_break.add(kLineBreak, ColorRole::normal);
+      add_to_queue(line_break);
+    }
+    ends_inside_line_ = text_.text().back() != L'\n';
+  }
+  add_to_queue(text_);
+}
+
+void DisplayPump::add_to_queue(const DisplayBatch& text) {
+  if (queue_.add(text) != DisplayQueue::Outcome::became_full) return;
+  became_full_ = true;
+  begin_anew();
+}
+
+// The view's text begins anew, and with it everybody's lines.
+void DisplayPump::begin_anew() {
+  line_ = {};
+  if (sink_ != nullptr) sink_->break_line();
+}
+
+// A sink that falls behind is waited for, as long as the inbox can hold what comes meanwhile.
+bool DisplayPump::may_format() {
+  return sink_ == nullptr || sink_->has_room() || inbox_.backlog() > kMostHeldBack;
 }
 
 void DisplayPump::format_received(const DisplayOptions& options) {
@@ -118,6 +154,10 @@ void DisplayPump::format_event(const InboxEvent& event, const DisplayOptions& op
       return format_standalone(repeat_separator_text(event.iteration, event.repeat_count, language),
                                ColorRole::normal, line_, text_);
     case InboxEvent::Kind::withdrawn: return format_hidden_tx(line_, text_);  // it may have been answered
+    case InboxEvent::Kind::clear_mark: --clears_ahead_; return begin_anew();
+    case InboxEvent::Kind::stop_mark:
+      if (sink_ != nullptr) sink_->stop_mark_reached();
+      return;
     case InboxEvent::Kind::received: return;
   }
 }
@@ -180,6 +220,13 @@ void DisplayPump::clear() {
   next_event_ = next_byte_ = event_done_ = 0;
   lost_bytes_ = 0;
   line_ = {};
+  clear_shown();
+  clears_ahead_ = 0;
+}
+
+void DisplayPump::clear_shown() {
+  ++clears_ahead_;
+  gap_ = ends_inside_line_ = false;
   queue_.clear();
   history_.clear();
   pace_ = {};

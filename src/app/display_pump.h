@@ -15,10 +15,25 @@
 
 namespace hvt {
 
+// Gets every text as it is formatted, before the view does; a text stands for `raw_rx_bytes` received bytes.
+//
+// Threads   the interface thread.
+class TextSink {
+ public:
+  virtual ~TextSink() = default;
+  virtual void take(const DisplayBatch& text) = 0;
+  // What comes next begins a line, wherever the last text ended.
+  virtual void break_line() = 0;
+  // Everything that happened before stop_mark has been taken.
+  virtual void stop_mark_reached() = 0;
+  // False: the next text had better wait.
+  virtual bool has_room() const = 0;
+};
+
 // Brings what the inbox holds into the receive view, a time slice at a time: formats it, keeps it in a queue,
 // and lets the view take it from there.
 //
-// Promises  everything is formatted once, in order, and offered to the text hook before anything else; one
+// Promises  everything is formatted once, in order, and offered to the sink before anything else; one
 //           run() ends soon after kSlice. Following, the view keeps the last `capacity` received bytes and as
 //           many of sent packets and statuses; paused, nothing in it changes but that text is added below,
 //           up to twice as many, and then the queue fills. Once that overflows, only Clear helps; what is
@@ -44,9 +59,10 @@ class DisplayPump {
   };
   Result run(const DisplayOptions& options, Language language);
 
-  // Gets every text, with the received bytes it stands for, as it is formatted; empty for nobody.
-  using TextHook = std::function<void(const DisplayBatch& text)>;
-  void on_text(TextHook hook) { hook_ = std::move(hook); }
+  // Null for nobody. It outlives the pump or is taken away.
+  void set_sink(TextSink* sink) { sink_ = sink; }
+  // False: only the sink gets what comes.
+  void show_new_text(bool show) { shows_ = show; }
 
   // The view stays where it is until follow(), whatever arrives. Both may be called twice.
   void pause() { paused_ = true; }
@@ -61,6 +77,8 @@ class DisplayPump {
 
   // Drops the material in progress and everything shown, and follows; the inbox is cleared by its owner.
   void clear();
+  // The same for the view, while the sink still gets everything; the owner puts a clear_mark into the inbox.
+  void clear_shown();
 
  private:
   using Time = std::chrono::steady_clock::time_point;
@@ -68,10 +86,14 @@ class DisplayPump {
   bool fetch();
   void format_until(Time end, const DisplayOptions& options, Language language);
   void format_piece(const DisplayOptions& options, Language language);
+  void enqueue();
+  void add_to_queue(const DisplayBatch& text);
   void format_received(const DisplayOptions& options);
   void format_event(const InboxEvent& event, const DisplayOptions& options, Language language);
   void skip_fetched();
   bool can_show() const;
+  bool may_format();
+  void begin_anew();
   void show_until(Time end);
   void trim();
   bool trickles(Time now);
@@ -79,7 +101,11 @@ class DisplayPump {
   Inbox& inbox_;
   ReceiveView& view_;
   const Clock clock_;
-  TextHook hook_;
+  TextSink* sink_ = nullptr;
+  bool shows_ = true;
+  bool gap_ = false;               // something was not shown since the queue got text
+  bool ends_inside_line_ = false;  // the text that the queue got
+  int clears_ahead_ = 0;           // of the view, whose marks are not reached yet
   InboxBatch batch_;
   std::size_t next_event_ = 0;
   std::size_t next_byte_ = 0;

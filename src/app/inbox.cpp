@@ -66,13 +66,14 @@ void Inbox::add_and_wake(const InboxEvent& event) {
 }
 
 bool Inbox::begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
-                       const DisplayOptions& options) {
+                       const DisplayOptions& options, Write write) {
   const std::lock_guard lock(mutex_);
   if (writing_) return false;
   writing_event_ = filling_.events.size();
   bytes_before_ = filling_.bytes.size();
   add({.kind = InboxEvent::Kind::sent, .size = bytes.size(), .time = time, .options = options}, bytes);
-  writing_ = true;
+  writing_ = place_kept_ = true;
+  write_ = write;
   return true;
 }
 
@@ -80,7 +81,9 @@ void Inbox::end_sent(Written written) {
   {
     const std::lock_guard lock(mutex_);
     writing_ = false;
-    if (written == Written::no) filling_.events[writing_event_].kind = InboxEvent::Kind::withdrawn;
+    if (place_kept_ && written == Written::no)
+      filling_.events[writing_event_].kind = InboxEvent::Kind::withdrawn;
+    place_kept_ = false;
   }
   write_ended_.notify_all();
   wake_();
@@ -89,8 +92,9 @@ void Inbox::end_sent(Written written) {
 void Inbox::take(InboxBatch& batch) {
   reset(batch);
   const std::lock_guard lock(mutex_);
+  if (place_kept_ && writing_event_ == 0 && filling_.lost_bytes == 0) return;
   std::swap(batch, filling_);
-  if (!writing_) return;
+  if (!place_kept_) return;
   // The packet being written and what came behind it stay.
   const auto first_event = batch.events.begin() + static_cast<std::ptrdiff_t>(writing_event_);
   const auto first_byte = batch.bytes.begin() + static_cast<std::ptrdiff_t>(bytes_before_);
@@ -102,10 +106,16 @@ void Inbox::take(InboxBatch& batch) {
   bytes_before_ = 0;
 }
 
+std::size_t Inbox::backlog() {
+  const std::lock_guard lock(mutex_);
+  return filling_.bytes.size();
+}
+
 void Inbox::clear() {
   std::unique_lock lock(mutex_);
-  write_ended_.wait(lock, [&] { return !writing_; });
+  write_ended_.wait(lock, [&] { return !writing_ || write_ == Write::queued; });
   reset(filling_);
+  place_kept_ = false;
 }
 
 }  // namespace hvt

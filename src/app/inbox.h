@@ -20,11 +20,13 @@ struct InboxEvent {
   enum class Kind : std::uint8_t {
     received,
     sent,
-    withdrawn,  // a packet that could not be written
-    answered,   // the last sent packet got its response: the received bytes follow
-    timed_out,  // it got none in time
-    late,       // it got one after its time-out: the received bytes follow
-    iteration,  // an iteration of a repeat run begins
+    withdrawn,   // a packet that could not be written
+    answered,    // the last sent packet got its response: the received bytes follow
+    timed_out,   // it got none in time
+    late,        // it got one after its time-out: the received bytes follow
+    iteration,   // an iteration of a repeat run begins
+    clear_mark,  // what came before has been cleared from the view
+    stop_mark,   // what comes from here on is no longer to be recorded
   };
   Kind kind = Kind::received;
   std::size_t size = 0;                          // bytes
@@ -63,10 +65,14 @@ class Inbox {
                     const std::optional<ReceiveTimingInfo>& timing = {});
   void add_timeout();
   void add_iteration(std::uint32_t iteration, std::uint32_t repeat_count);
+  // A place in the order of what happens: clear_mark or stop_mark. Interface thread.
+  void add_mark(InboxEvent::Kind mark) { add_and_wake({.kind = mark}); }
 
-  // Marks the place of a packet about to be written. False while another one is being written.
+  // Marks the place of a packet about to be written. False while another one is being written. A clear waits
+  // until a direct write has ended; a queued one goes on without its place.
+  enum class Write { queued, direct };
   bool begin_sent(std::span<const std::uint8_t> bytes, std::chrono::steady_clock::time_point time,
-                  const DisplayOptions& options);
+                  const DisplayOptions& options, Write write = Write::queued);
   // The write has ended; a packet that was not written leaves no trace.
   enum class Written { yes, no };
   void end_sent(Written written);
@@ -74,7 +80,10 @@ class Inbox {
   // Replaces `batch` by everything that may be shown by now; its storage is reused.
   void take(InboxBatch& batch);
 
-  // Waits for a write in progress, then drops everything, the loss counter included.
+  // Bytes that wait to be taken.
+  std::size_t backlog();
+
+  // Drops everything, the loss counter and the place of a queued packet that is being written included.
   void clear();
 
  private:
@@ -87,7 +96,9 @@ class Inbox {
   std::mutex mutex_;
   std::condition_variable write_ended_;
   bool writing_ = false;
-  std::size_t writing_event_ = 0;  // index of the packet being written
+  Write write_ = Write::queued;
+  bool place_kept_ = false;        // the packet being written has its place in filling_
+  std::size_t writing_event_ = 0;  // its index there
   std::size_t bytes_before_ = 0;   // bytes of the events in front of it
   InboxBatch filling_;
 };

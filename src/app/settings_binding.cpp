@@ -24,6 +24,7 @@ constexpr FlagRow kFlags[]{
     {&AppSettings::echo_sent, &Facts::echo_sent},
     {&AppSettings::transmit_enabled, &Facts::transmit_expanded},
     {&AppSettings::wait_for_rx, &Facts::wait_for_rx},
+    {&AppSettings::display_while_recording, &Facts::display_while_recording},
 };
 
 struct FieldRow {

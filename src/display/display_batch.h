@@ -50,6 +50,9 @@ class DisplayBatch {
     end_run(role);
   }
 
+  // Adds another batch and what it stands for.
+  void add(const DisplayBatch& more);
+
   // Adds `count` units at the end and returns where the caller puts them.
   wchar_t* extend(std::size_t count, ColorRole role) {
     const std::size_t before = text_.size();
@@ -112,6 +115,12 @@ inline DisplayBatch::Iterator DisplayBatch::begin() const {
 }
 inline DisplayBatch::Iterator DisplayBatch::end() const {
   return {text_.data(), ends_.data() + ends_.size()};
+}
+inline void DisplayBatch::add(const DisplayBatch& more) {
+  for (const DisplayRun run : more)
+    add(run.text, run.role);
+  raw_rx_bytes += more.raw_rx_bytes;
+  auxiliary_bytes += more.auxiliary_bytes;
 }
 
 }  // namespace hvt

@@ -66,9 +66,14 @@ DisplayQueue::Outcome DisplayQueue::add(const DisplayBatch& text) {
     full_ = true;
     return Outcome::became_full;
   }
-  const std::size_t before = chunks_.size();
-  cut(text, bytes);
-  newest_chunks_ = chunks_.size() - before;
+  if (joins_newest(text)) {
+    chunks_.back().text.add(text);
+    chunks_.back().bytes += bytes;
+  } else {
+    const std::size_t before = chunks_.size();
+    cut(text, bytes);
+    newest_chunks_ = chunks_.size() - before;
+  }
   pending_bytes_ += bytes;
   pending_characters_ += text.characters();
   return Outcome::taken;
@@ -86,6 +91,16 @@ bool DisplayQueue::fits(std::uint64_t bytes, std::uint64_t characters) const {
 
 std::uint64_t DisplayQueue::character_limit() const {
   return capacity_ > kMost / kCharactersPerByte ? kMost : capacity_ * kCharactersPerByte;
+}
+
+// A slow line brings a byte at a time; with a chunk for each, a view that is not looked after for hours took
+// 200 bytes of memory per received byte.
+bool DisplayQueue::joins_newest(const DisplayBatch& text) const {
+  if (chunks_.empty() || text.raw_rx_bytes == 0) return false;
+  const DisplayBatch& newest = chunks_.back().text;
+  return newest.raw_rx_bytes > 0 && newest.raw_rx_bytes + text.raw_rx_bytes <= kJoinedBytes &&
+         newest.characters() + text.characters() <= kChunkCharacters &&
+         newest.run_count() + text.run_count() <= kChunkRuns;
 }
 
 // Each chunk stands for as many of the packet's bytes as it has of its characters.

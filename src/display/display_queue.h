@@ -11,9 +11,10 @@ namespace hvt {
 // Formatted text on its way to the receive view, in chunks that the view takes one at a time.
 //
 // Promises  what add() took comes out in order, in chunks of at most kChunkCharacters and kChunkRuns, never
-//           cut between CR and LF. No more waits than stands for `capacity` received bytes and makes
-//           kCharactersPerByte times as many characters; text on top of that makes the display full: from
-//           then on everything is counted and thrown away, until clear().
+//           cut between CR and LF; received data that comes in small pieces may share a chunk. No more waits
+//           than stands for `capacity` received bytes and makes kCharactersPerByte times as many characters;
+//           text on top of that makes the display full: from then on everything is counted and thrown away,
+//           until clear().
 // Threads   the interface thread.
 // Owns      the text that waits.
 // Ends      with its owner.
@@ -22,6 +23,7 @@ class DisplayQueue {
   static constexpr std::size_t kChunkCharacters = 8192;
   static constexpr std::size_t kChunkRuns = 64;
   static constexpr std::uint64_t kCharactersPerByte = 8;
+  static constexpr std::uint64_t kJoinedBytes = 1024;  // received bytes of pieces that share a chunk
 
   explicit DisplayQueue(std::uint64_t capacity) : capacity_(capacity) {}
 
@@ -55,6 +57,7 @@ class DisplayQueue {
 
   bool fits(std::uint64_t bytes, std::uint64_t characters) const;
   std::uint64_t character_limit() const;
+  bool joins_newest(const DisplayBatch& text) const;
   void cut(const DisplayBatch& text, std::uint64_t bytes);
 
   std::deque<Chunk> chunks_;

@@ -38,6 +38,12 @@ constexpr std::array<ControlRow, kControlCount> kControls{{
     {Id::clear, Kind::button, receive, "clear"},
     {Id::receive_view, Kind::receive_view, receive, "receive_view"},
 
+    {Id::record_title, Kind::title, record, "record_title"},
+    {Id::record, Kind::button, record, "record"},
+    {Id::record_name, Kind::name_edit, record, "record_name"},
+    {Id::display_while_recording, Kind::check, record, "display_while_recording"},
+    {Id::open_folder, Kind::button, record, "open_folder"},
+
     {Id::transmit, Kind::check, transmit, "transmit"},
     {Id::send_ascii, Kind::radio, transmit, "send_ascii"},
     {Id::send_hex, Kind::radio, transmit, "send_hex"},

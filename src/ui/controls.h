@@ -36,6 +36,11 @@ enum class ControlId : std::uint8_t {
   line_count,
   clear,
   receive_view,
+  record_title,
+  record,
+  record_name,
+  display_while_recording,
+  open_folder,
   transmit,
   send_ascii,
   send_hex,
@@ -95,14 +100,17 @@ enum class ControlKind : std::uint8_t {
   choice,       // drop-down list without an edit field
   packet_edit,  // one line in the fixed-width font, at most kMaxPacketCharacters, Enter sends it
   number_edit,  // one line, at most kMaxNumberCharacters
+  name_edit,    // one line, at most kMaxNameCharacters; the caption is shown while it is empty
   receive_view,
   status,  // one line of text, read-only
 };
 
-enum class ControlGroup : std::uint8_t { connection, receive, transmit, repeat, footer };
+enum class ControlGroup : std::uint8_t { connection, receive, record, transmit, repeat, footer };
 
 // One more than any number needs, so that a value too large can be typed, seen and refused.
 inline constexpr std::size_t kMaxNumberCharacters = 10;
+// Leaves room for what the program adds to a file's name.
+inline constexpr std::size_t kMaxNameCharacters = 150;
 
 struct ControlRow {
   ControlId id;

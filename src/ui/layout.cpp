@@ -18,7 +18,7 @@ constexpr int kMargin = 8;
 constexpr int kLineHeight = 30;
 constexpr int kControlHeight = 26;
 constexpr int kTextFrame = 8;   // above and below the text of a control, together
-constexpr int kSectionGap = 4;  // between connection, receive, transmit, repeat and status
+constexpr int kSectionGap = 4;  // between the sections and before the status
 constexpr int kViewGap = 2;     // a line ends with as much
 constexpr int kViewMinimum = 80;
 constexpr int kStatusHeight = 24;
@@ -36,6 +36,7 @@ constexpr int frame_width(ControlKind kind) {
     case ControlKind::radio: return 22;
     case ControlKind::choice: return 34;
     case ControlKind::number_edit: return 16;
+    case ControlKind::name_edit:
     case ControlKind::packet_edit:
     case ControlKind::receive_view:
     case ControlKind::status: break;
@@ -92,6 +93,13 @@ constexpr Item kReceiveItems[]{
     {ControlId::line_count, Gap::near, 140},
     {ControlId::clear, Gap::group, 72, Spare::pushes_right},
 };
+constexpr Item kRecordItems[]{
+    {ControlId::record_title},
+    {ControlId::record, Gap::group, 132},
+    {ControlId::record_name, Gap::near, 150, Spare::widens},
+    {ControlId::display_while_recording},
+    {ControlId::open_folder, Gap::group, 96},
+};
 constexpr Item kTransmitItems[]{
     {ControlId::transmit},
     {ControlId::send_ascii},
@@ -127,8 +135,9 @@ constexpr Item kRepeatItems[]{
     {ControlId::interval_unit, Gap::unit},
     {ControlId::repeat, Gap::group, 112, Spare::pushes_right},
 };
-// With the panel folded, what also counts for the next time it is shown.
-constexpr Item kFoldedRepeatItems[]{
+// The folded panel: its header, and what also counts for the next time it is shown.
+constexpr Item kFoldedItems[]{
+    {ControlId::transmit},
     {ControlId::repeat_title},
     {ControlId::wait_for_rx},
     {ControlId::rx_timeout_label},
@@ -140,7 +149,11 @@ constexpr std::size_t kConnectionBreaks[]{3};
 constexpr std::size_t kReceiveBreaks[]{3, 6};
 constexpr std::size_t kRepeatBreaks[]{7, 8, 11};
 constexpr Row kConnectionRow{kConnectionItems, kConnectionBreaks};
+constexpr std::size_t kRecordBreaks[]{3};
+constexpr Row kRecordRow{kRecordItems, kRecordBreaks};
 constexpr Row kReceiveRow{kReceiveItems, kReceiveBreaks};
+constexpr std::size_t kFoldedBreaks[]{1};
+constexpr Row kFoldedRow{kFoldedItems, kFoldedBreaks};
 constexpr Row kRepeatRow{kRepeatItems, kRepeatBreaks};
 
 // Turns logical pixels and measured texts into device pixels.
@@ -183,11 +196,12 @@ class Ruler {
 struct Plan {
   std::vector<Line> connection;
   std::vector<Line> receive;
+  std::vector<Line> record;
   std::vector<Line> transmit;
   std::vector<Line> repeat;
 
-  std::array<const std::vector<Line>*, 4> sections() const {
-    return {&connection, &receive, &transmit, &repeat};
+  std::array<const std::vector<Line>*, 5> sections() const {
+    return {&connection, &receive, &record, &transmit, &repeat};
   }
 };
 
@@ -216,14 +230,15 @@ Plan make_plan(const Ruler& ruler, int client_width, const PanelState& panel) {
   plan.connection = wrap(ruler, kConnectionRow, inner, compact);
   plan.connection.emplace_back(kCommunicationItems);
   plan.receive = wrap(ruler, kReceiveRow, inner, false);
-  const Line transmit{kTransmitItems};
-  plan.transmit = {panel.transmit_expanded ? transmit : transmit.first(1)};
-  plan.repeat = {kFoldedRepeatItems};
-  if (panel.transmit_expanded) {
-    plan.transmit.insert(plan.transmit.end(), kPacketItems.begin(), kPacketItems.end());
-    plan.transmit.emplace_back(kPacketFileItems);
-    plan.repeat = wrap(ruler, kRepeatRow, inner, narrow);
+  plan.record = wrap(ruler, kRecordRow, inner, narrow);
+  if (!panel.transmit_expanded) {
+    plan.repeat = wrap(ruler, kFoldedRow, inner, false);
+    return plan;
   }
+  plan.transmit.emplace_back(kTransmitItems);
+  plan.transmit.insert(plan.transmit.end(), kPacketItems.begin(), kPacketItems.end());
+  plan.transmit.emplace_back(kPacketFileItems);
+  plan.repeat = wrap(ruler, kRepeatRow, inner, narrow);
   return plan;
 }
 
@@ -231,7 +246,7 @@ int height_without_view(const Ruler& ruler, const Plan& plan) {
   std::size_t lines = 0;
   for (const auto* const section : plan.sections())
     lines += section->size();
-  return 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() + 4 * ruler.px(kSectionGap) +
+  return 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() + 5 * ruler.px(kSectionGap) +
          ruler.px(kViewGap) + ruler.status_height();
 }
 
@@ -300,6 +315,8 @@ Placement layout(const Metrics& metrics, Size client, const PanelState& panel) {
   placer.lines(plan.receive);
   placer.skip(ruler.px(kViewGap));
   placer.full_width(ControlId::receive_view, client.height - height_without_view(ruler, plan));
+  placer.skip(ruler.px(kSectionGap));
+  placer.lines(plan.record);
   placer.skip(ruler.px(kSectionGap));
   placer.lines(plan.transmit);
   placer.skip(ruler.px(kSectionGap));

@@ -113,6 +113,8 @@ class MainWindow {
   // Nothing when the dialog was cancelled. Events come meanwhile. Throws std::runtime_error "Could not open
   // the file dialog.".
   virtual std::optional<std::filesystem::path> ask_file(const FileQuestion& question) = 0;
+  // Opens a folder, a file or a web address in the desktop's own program for it. False when there is none.
+  virtual bool open_in_desktop(const std::filesystem::path& target) = 0;
 
   // Any thread: have WindowEvents::message(message, 0, 0) called on the interface thread. False when refused
   // (the window is gone, the system's queue is full): the caller must be able to try again.

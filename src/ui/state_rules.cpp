@@ -48,6 +48,18 @@ constexpr bool no_repeat(const Facts& f) {
 constexpr bool can_send(const Facts& f) {
   return connected(f) && no_repeat(f);
 }
+constexpr bool may_record(const Facts& f) {
+  return f.record == RecordState::running || (f.record == RecordState::idle && connected(f));
+}
+constexpr bool records_nothing(const Facts& f) {
+  return f.record == RecordState::idle;
+}
+constexpr bool no_high_speed(const Facts& f) {
+  return !f.high_speed;
+}
+constexpr bool shows_recorded(const Facts& f) {
+  return f.display_while_recording && !f.high_speed;
+}
 constexpr bool waits_for_rx(const Facts& f) {
   return f.wait_for_rx;
 }
@@ -111,6 +123,13 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
   set(ControlId::clear, {.caption = TextId::clear});
   set(ControlId::follow, {.caption = TextId::follow, .enabled = paused, .tip = TextId::follow_tip});
 
+  set(ControlId::record_title, {.caption = TextId::record});
+  set(ControlId::record, {.enabled = may_record});
+  set(ControlId::record_name, {.caption = TextId::auto_filename, .enabled = records_nothing});
+  set(ControlId::display_while_recording,
+      {.caption = TextId::display_while_recording, .enabled = no_high_speed, .checked = shows_recorded});
+  set(ControlId::open_folder, {.caption = TextId::open_folder});
+
   const auto set_in_panel = [&set](ControlId id, TextId caption, Condition enabled = always,
                                    Condition checked = never) {
     set(id, {.caption = caption, .enabled = enabled, .visible = expanded, .checked = checked});
@@ -165,6 +184,10 @@ constexpr TextId repeat_caption(RepeatState repeat) {
 
 }  // namespace
 
+bool shows_while_recording(const Facts& facts) {
+  return shows_recorded(facts);
+}
+
 ControlStates rules(const Facts& facts) {
   ControlStates states;
   for (std::size_t i = 0; i < kControlCount; ++i) {
@@ -177,6 +200,9 @@ ControlStates rules(const Facts& facts) {
     if (rule.tip != TextId::none) state.tip = text(rule.tip, facts.language);
   }
   states[index_of(ControlId::connect)].caption = text(link_caption(facts.link), facts.language);
+  const bool records = facts.record != RecordState::idle;
+  states[index_of(ControlId::record)].caption =
+      text(records ? TextId::stop_recording : TextId::start_recording, facts.language);
   states[index_of(ControlId::repeat)].caption = text(repeat_caption(facts.repeat), facts.language);
   return states;
 }

@@ -9,6 +9,8 @@
 namespace hvt {
 
 enum class LinkState { disconnected, connecting, connected };
+// A session that drains still writes what it has taken.
+enum class RecordState { idle, running, draining };
 // Single packets change nothing: the next one may be queued at any time.
 enum class RepeatState { idle, running, stopping };
 
@@ -26,7 +28,10 @@ struct Facts {
   bool auto_crlf = false;
   bool wait_for_rx = true;
   RepeatState repeat = RepeatState::idle;
-  bool paused = false;  // the receive view stays where a person went
+  RecordState record = RecordState::idle;
+  bool display_while_recording = true;  // saved preference, kept while a high baud rate overrules it
+  bool high_speed = false;              // such a rate is chosen
+  bool paused = false;                  // the receive view stays where a person went
   friend bool operator==(const Facts&, const Facts&) = default;
 };
 
@@ -39,6 +44,9 @@ struct ControlState {
   friend bool operator==(const ControlState&, const ControlState&) = default;
 };
 using ControlStates = std::array<ControlState, kControlCount>;
+
+// The view gets what is recorded too.
+bool shows_while_recording(const Facts& facts);
 
 // Pure: the same facts give the same states, whatever happened before.
 ControlStates rules(const Facts& facts);

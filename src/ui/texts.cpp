@@ -70,6 +70,21 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::copy, L"Copy", L"복사"),
     row(TextId::select_all, L"Select all", L"모두 선택"),
 
+    row(TextId::record, L"Record", L"기록"),
+    row(TextId::start_recording, L"Start Recording", L"기록 시작"),
+    row(TextId::stop_recording, L"Stop Recording", L"기록 정지"),
+    row(TextId::auto_filename, L"Auto Filename", L"파일명 자동 생성"),
+    row(TextId::display_while_recording, L"Display while recording", L"기록 중 화면 표시"),
+    row(TextId::open_folder, L"Open Folder", L"폴더 열기"),
+    row(TextId::no_folder, L"Could not open the folder.", L"폴더를 열 수 없습니다."),
+    row(TextId::recording_incomplete, L"Recording incomplete", L"기록이 완전하지 않음"),
+    row(TextId::recording_suspect, L"Recording data loss possible", L"기록 데이터 손실 가능"),
+    row(TextId::high_speed_recording,
+        L"At 921600 baud or higher, Display while recording is turned off to protect recording integrity. "
+        L"Recording and Hex mode remain available.",
+        L"통신 속도가 921600 이상이면 기록 무결성을 위해 기록 중 화면 표시가 꺼집니다. "
+        L"기록과 Hex 모드는 계속 사용할 수 있습니다."),
+
     row(TextId::transmit, L"Transmit", L"송신"),
     row(TextId::auto_crlf, L"Auto append CR/LF", L"CR/LF 자동 추가"),
     row(TextId::send, L"Send", L"보내기"),
@@ -119,6 +134,8 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::repeat_separator, L"-------------------- Repeat {}/{} --------------------",
         L"-------------------- 반복 {}/{}회 --------------------"),
     row(TextId::line_count, L"Line Count : {}", L"줄 수 : {}"),
+    row(TextId::recording_to, L"Recording to {}", L"기록 중: {}"),
+    row(TextId::recording_saved, L"Recording saved: {}", L"기록 저장됨: {}"),
     row(TextId::receive_loss, L"Received bytes not shown because the program was stalled: {}",
         L"프로그램이 응답하지 않는 동안 표시하지 못한 수신 바이트: {}"),
     row(TextId::line_error, L"RX error: {}", L"RX 오류: {}"),
@@ -183,11 +200,35 @@ constexpr Pair kMessages[]{
     {L"Could not create the data file.", L"데이터 파일을 만들 수 없습니다."},
     {L"Could not save the data file.", L"데이터 파일을 저장할 수 없습니다."},
     {L"Invalid JSON document.", L"JSON 문서가 올바르지 않습니다."},
+    {L"Invalid UTF-8 in JSON.", L"JSON의 UTF-8이 올바르지 않습니다."},
+    {L"Incomplete UTF-8 in JSON.", L"JSON의 UTF-8이 도중에 끝납니다."},
+    {L"Invalid UTF-8 continuation.", L"UTF-8 연속 바이트가 올바르지 않습니다."},
+    {L"Invalid Unicode scalar in JSON.", L"JSON의 유니코드 값이 올바르지 않습니다."},
+    {L"JSON nesting limit exceeded.", L"JSON 중첩 한도를 초과했습니다."},
     {L"Expected a JSON object.", L"JSON 객체가 필요합니다."},
     {L"Expected a JSON integer.", L"JSON 정수가 필요합니다."},
     {L"Invalid or out-of-range JSON integer.", L"JSON 정수가 올바르지 않거나 범위를 벗어났습니다."},
     {L"Expected an array of send strings.", L"송신 문자열 배열이 필요합니다."},
     {L"Expected a send string.", L"송신 문자열이 필요합니다."},
+
+    // Recording
+    {L"Cannot allocate a unique recording filename.", L"겹치지 않는 기록 파일 이름을 만들 수 없습니다."},
+    {L"Cannot allocate recording buffer.", L"기록 버퍼를 할당할 수 없습니다."},
+    {L"Cannot allocate recording file descriptor.", L"기록 파일 디스크립터를 할당할 수 없습니다."},
+    {L"Cannot allocate recording stream.", L"기록 스트림을 할당할 수 없습니다."},
+    {L"Cannot close recording metadata.", L"기록 메타데이터 파일을 닫을 수 없습니다."},
+    {L"Cannot encode recording metadata as UTF8.", L"기록 메타데이터를 UTF-8로 변환할 수 없습니다."},
+    {L"Cannot write recording metadata.", L"기록 메타데이터를 쓸 수 없습니다."},
+    {L"Recording buffer full. Recording stopped.", L"기록 버퍼가 가득 차 기록을 중지했습니다."},
+    {L"Recording directory and filename must not be empty.", L"기록 폴더와 파일 이름은 비워 둘 수 없습니다."},
+    {L"Recording limits and flush interval must be positive.", L"기록 한도와 저장 간격은 0보다 커야 합니다."},
+    {L"Recording metadata temporary file already exists.", L"기록 메타데이터 임시 파일이 이미 있습니다."},
+    {L"The next recording part already exists; recording stopped to protect it.",
+     L"다음 기록 파일이 이미 있어 보호하기 위해 기록을 중지했습니다."},
+    {L"Unexpected failure starting recording.", L"기록을 시작하는 중 예기치 않은 오류가 발생했습니다."},
+    {L"Unexpected recording close failure.", L"기록 파일을 닫는 중 예기치 않은 오류가 발생했습니다."},
+    {L"Unexpected recording metadata failure.", L"기록 메타데이터에 예기치 않은 오류가 발생했습니다."},
+    {L"Unexpected recording writer failure.", L"기록 중 예기치 않은 오류가 발생했습니다."},
 
     // Transmission
     {L"A transmission is already in progress.", L"이미 송신 중입니다."},
@@ -227,8 +268,15 @@ constexpr Pair kFields[]{
     {L"RX timeout (10-99999999 ms)", L"RX 타임아웃 (10-99999999 ms)"},
 };
 
-// Messages about a port; its name, a group's name or the system's own words inside stay as they are.
-constexpr Pair kPortMessages[]{
+// Messages about a port or a file; names, numbers and the system's own words inside stay as they are.
+constexpr Pair kPatternMessages[]{
+    {L"Cannot create recording directory ({}).", L"기록 폴더를 만들 수 없습니다({})."},
+    {L"Cannot create recording file ({}).", L"기록 파일을 만들 수 없습니다({})."},
+    {L"Cannot create recording metadata ({}).", L"기록 메타데이터를 만들 수 없습니다({})."},
+    {L"Cannot write recording file ({}).", L"기록 파일을 쓸 수 없습니다({})."},
+    {L"Cannot flush recording file ({}).", L"기록 파일을 디스크에 저장할 수 없습니다({})."},
+    {L"Cannot close recording file ({}).", L"기록 파일을 닫을 수 없습니다({})."},
+    {L"Cannot publish recording metadata ({}).", L"기록 메타데이터를 갱신할 수 없습니다({})."},
     {L"{} is in use by another program.", L"{} 포트를 다른 프로그램에서 사용 중입니다."},
     {L"{} is not a serial device.", L"시리얼 장치가 아닙니다: {}"},
     {L"{} refused the line settings: {}", L"{} 포트가 통신 설정을 거부했습니다: {}"},
@@ -328,8 +376,8 @@ std::optional<std::wstring> korean_field_message(std::wstring_view english) {
   return std::nullopt;
 }
 
-std::optional<std::wstring> korean_port_message(std::wstring_view english) {
-  for (const Pair& message : kPortMessages) {
+std::optional<std::wstring> korean_pattern_message(std::wstring_view english) {
+  for (const Pair& message : kPatternMessages) {
     if (const auto values = match(english, message.english)) return fill(message.korean, *values);
   }
   return std::nullopt;
@@ -400,6 +448,14 @@ std::wstring line_count_text(std::size_t lines, Language language) {
   return fill(TextId::line_count, std::to_wstring(lines), language);
 }
 
+std::wstring recording_to_text(std::wstring_view session, Language language) {
+  return fill(TextId::recording_to, session, language);
+}
+
+std::wstring recording_saved_text(std::wstring_view session, Language language) {
+  return fill(TextId::recording_saved, session, language);
+}
+
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language) {
   return fill(TextId::receive_loss, std::to_wstring(lost_bytes), language);
 }
@@ -421,7 +477,7 @@ std::wstring localized_message(std::wstring_view english, Language language) {
   if (const Pair* const message = find_english(kMessages, english)) return std::wstring{message->korean};
   const auto shared = std::ranges::find(kTexts, english, [](const TextRow& r) { return r.pair.english; });
   if (shared != kTexts.end()) return std::wstring{shared->pair.korean};
-  for (const auto korean_form : {korean_field_message, korean_settings_notice, korean_port_message}) {
+  for (const auto korean_form : {korean_field_message, korean_settings_notice, korean_pattern_message}) {
     if (auto korean = korean_form(english)) return *std::move(korean);
   }
   return std::wstring{english};

@@ -38,6 +38,16 @@ enum class TextId {
   follow_tip,
   copy,
   select_all,
+  record,
+  start_recording,
+  stop_recording,
+  auto_filename,
+  display_while_recording,
+  open_folder,
+  no_folder,
+  recording_incomplete,
+  recording_suspect,
+  high_speed_recording,
   transmit,
   auto_crlf,
   send,
@@ -73,6 +83,8 @@ enum class TextId {
   connect_timed_out,
   repeat_separator,
   line_count,
+  recording_to,
+  recording_saved,
   receive_loss,
   line_error,
   line_error_overflow,
@@ -94,6 +106,9 @@ std::wstring connect_timed_out_text(int seconds, Language language);
 std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, Language language);
 // Display lines of the receive view.
 std::wstring line_count_text(std::size_t lines, Language language);
+// A recording session has begun; it has ended with nothing known to be missing.
+std::wstring recording_to_text(std::wstring_view session, Language language);
+std::wstring recording_saved_text(std::wstring_view session, Language language);
 // Received bytes that were dropped unseen while the program was stalled.
 std::wstring receive_loss_text(unsigned long long lost_bytes, Language language);
 // Short status line for communication error bits (serial/serial_status.h) and how often they were seen, for

@@ -210,14 +210,25 @@ TEST(DisplayPump, APausedViewIsBoundedAndTellsWhenItIsFull) {
   EXPECT_EQ(rig.view.text(), L"ccc");
 }
 
-TEST(DisplayPump, TheTextHookGetsEverythingOnceWhateverTheViewDoes) {
-  Rig rig;
-  std::wstring text;
-  std::uint64_t bytes = 0;
-  rig.pump.on_text([&](const DisplayBatch& batch) {
+// Writes down what it is given; a line break it is told of is a "|", the stop mark a "#".
+struct NotingSink final : TextSink {
+  void take(const DisplayBatch& batch) override {
     text += batch.text();
     bytes += batch.raw_rx_bytes;
-  });
+  }
+  void break_line() override { text += L'|'; }
+  void stop_mark_reached() override { text += L'#'; }
+  bool has_room() const override { return room; }
+
+  std::wstring text;
+  std::uint64_t bytes = 0;
+  bool room = true;
+};
+
+TEST(DisplayPump, TheSinkGetsEverythingOnceWhateverTheViewDoes) {
+  Rig rig;
+  NotingSink sink;
+  rig.pump.set_sink(&sink);
   rig.pump.pause();
   const std::size_t all = 4 * kCapacity;
   for (std::size_t received = 0; received < all; received += 65'536) {
@@ -225,14 +236,89 @@ TEST(DisplayPump, TheTextHookGetsEverythingOnceWhateverTheViewDoes) {
     rig.run_out();
   }
   EXPECT_TRUE(rig.pump.full());
-  EXPECT_TRUE(text == std::wstring(all, L'a'));
-  EXPECT_EQ(bytes, all);
-  rig.pump.on_text({});
+  EXPECT_EQ(std::erase(sink.text, L'|'), 1u) << "lines begin anew where the display became full";
+  EXPECT_TRUE(sink.text == std::wstring(all, L'a'));
+  EXPECT_EQ(sink.bytes, all);
+  rig.pump.set_sink(nullptr);
   rig.receive(1000, 'b');
   const std::uint64_t dropped = rig.pump.dropped_bytes();
   rig.run_out();
   EXPECT_EQ(rig.pump.dropped_bytes(), dropped + 1000) << "counted though nobody wants it";
-  EXPECT_EQ(text.size(), all);
+  EXPECT_EQ(sink.text.size(), all);
+}
+
+TEST(DisplayPump, AClearOfTheViewTakesNothingFromTheSink) {
+  Rig rig;
+  NotingSink sink;
+  rig.pump.set_sink(&sink);
+  rig.receive(3, 'a');
+  rig.run_out();
+  rig.receive(3, 'b');  // on its way
+  rig.pump.clear_shown();
+  rig.inbox.add_mark(InboxEvent::Kind::clear_mark);
+  rig.receive(3, 'c');
+  EXPECT_EQ(rig.view.text(), L"");
+  rig.run_out();
+  EXPECT_EQ(rig.view.text(), L"ccc");
+  EXPECT_EQ(sink.text, L"aaabbb|ccc");
+  rig.inbox.add_mark(InboxEvent::Kind::stop_mark);
+  rig.receive(3, 'd');
+  rig.run_out();
+  EXPECT_EQ(sink.text, L"aaabbb|ccc#ddd");
+}
+
+TEST(DisplayPump, WhatCameBeforeTheLastOfTwoClearsIsNotShown) {
+  Rig rig;
+  NotingSink sink;
+  rig.pump.set_sink(&sink);
+  for (const char letter : {'a', 'b'}) {
+    rig.receive(3, letter);
+    rig.inbox.add_mark(InboxEvent::Kind::clear_mark);
+    rig.pump.clear_shown();
+  }
+  rig.receive(3, 'c');
+  rig.run_out();
+  EXPECT_EQ(rig.view.text(), L"ccc");
+  EXPECT_EQ(sink.text, L"aaa|bbb|ccc");
+}
+
+TEST(DisplayPump, ASinkWithoutRoomIsWaitedFor) {
+  Rig rig;
+  NotingSink sink;
+  sink.room = false;
+  rig.pump.set_sink(&sink);
+  rig.receive(1000, 'a');
+  rig.run_out();
+  EXPECT_EQ(sink.text, L"");
+  EXPECT_EQ(rig.view.text(), L"");
+  // Not for ever: half of what the inbox holds must stay free.
+  for (std::size_t held = 0; held <= Inbox::kCapacity / 2; held += 1 << 20)
+    rig.receive(1 << 20, 'a');
+  rig.run_out();
+  EXPECT_GT(sink.bytes, 0u);
+}
+
+TEST(DisplayPump, WhatIsOnlyForTheSinkIsNotShown) {
+  Rig rig;
+  NotingSink sink;
+  rig.pump.set_sink(&sink);
+  rig.pump.show_new_text(false);
+  rig.receive(3, 'a');
+  rig.run_out();
+  rig.pump.show_new_text(true);
+  rig.receive(3, 'b');
+  rig.run_out();
+  EXPECT_EQ(sink.text, L"aaabbb");
+  EXPECT_EQ(rig.view.text(), L"bbb");
+  rig.pump.show_new_text(false);
+  rig.receive(3, 'c');
+  rig.run_out();
+  rig.pump.show_new_text(true);
+  rig.receive(3, 'd');
+  rig.receive(3, 'e');
+  rig.run_out();
+  EXPECT_EQ(sink.text, L"aaabbbcccdddeee");
+  EXPECT_EQ(rig.view.text(), L"bbb\r\ndddeee") << "what comes after a gap begins a line";
 }
 
 TEST(DisplayPump, FewerBytesTakeEffectAtOnce) {

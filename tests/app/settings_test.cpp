@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <string>
 
@@ -50,7 +53,8 @@ std::string file_text(const std::filesystem::path& path) {
 void change_everything(Session& run) {
   for (const ControlId id :
        {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-        ControlId::transmit, ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+        ControlId::transmit, ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx,
+        ControlId::display_while_recording})
     run.app.command(id);
   for (const ControlRow& row : kControls) {
     if (row.kind == ControlKind::choice)
@@ -119,6 +123,20 @@ TEST(Settings, AMissingAdapterDoesNotCostTheSavedPort) {
   EXPECT_EQ(load_settings(settings_path(folder.path())).settings.port_name, L"COM7");
 }
 
+TEST(Settings, WhatNoControlShowsIsKept) {
+  const Folder folder;
+  AppSettings settings;
+  settings.theme = L"Dark";
+  settings.always_on_top = true;
+  settings.receive_font_size = 17;
+  save_settings(settings_path(folder.path()), settings);
+  { Session run(folder); }
+  const AppSettings saved = load_settings(settings_path(folder.path())).settings;
+  EXPECT_EQ(saved.theme, settings.theme);
+  EXPECT_EQ(saved.always_on_top, settings.always_on_top);
+  EXPECT_EQ(saved.receive_font_size, settings.receive_font_size);
+}
+
 TEST(Settings, ADamagedFileIsLeftAloneUntilTheNextSave) {
   const Folder folder;
   std::filesystem::create_directories(settings_path(folder.path()).parent_path());
@@ -135,13 +153,36 @@ TEST(Settings, ADamagedFileIsLeftAloneUntilTheNextSave) {
   EXPECT_EQ(load_settings(settings_path(folder.path())).settings, expected);
 }
 
+TEST(Settings, APlaceBeyondEveryScreenIsOneThatCanBeCalculatedWith) {
+  const Folder folder;
+  AppSettings settings;
+  settings.window_left = settings.window_width = std::numeric_limits<std::int32_t>::max();
+  settings.window_top = std::numeric_limits<std::int32_t>::min();
+  save_settings(settings_path(folder.path()), settings);
+  Session run(folder);
+  EXPECT_EQ(run.window.current_place().normal, (Rect{32'767, -32'767, 32'767, 800}));
+}
+
 TEST(Settings, AFailedSaveIsToldAndTheProgramCloses) {
   const Folder folder;
   test::write_file(folder.path() / "config", "in the way");
   Session run(folder);
   run.app.closing();
+  run.app.closing();  // asked again, it is not saved again
   ASSERT_EQ(run.window.notices().size(), 1u);
   EXPECT_TRUE(run.window.notices()[0].second.starts_with(L"Could not save settings.\n"));
+}
+
+TEST(Settings, ABufferSizeIsSavedAtOnce) {
+  const Folder folder;
+  Session run(folder);
+  run.window.type(packet_field(0), L"typed meanwhile");
+  run.window.choose(ControlId::baud, 0);
+  EXPECT_FALSE(std::filesystem::exists(settings_path(folder.path())));
+  run.window.choose(ControlId::buffer_size, 2);
+  const AppSettings saved = load_settings(settings_path(folder.path())).settings;
+  EXPECT_EQ(saved.receive_buffer_size_mb, 3);
+  EXPECT_EQ(saved.send_items[0], L"typed meanwhile");
 }
 
 TEST(Presets, AreSavedAndLoadedAndAFailureChangesNoRow) {
@@ -171,6 +212,39 @@ TEST(Presets, AreSavedAndLoadedAndAFailureChangesNoRow) {
   run.app.command(ControlId::load_packets);
   run.app.command(ControlId::save_packets);
   EXPECT_EQ(run.window.status(), L"before");
+}
+
+TEST(Presets, AKoreanIsToldInKoreanWhatIsWrongWithAFile) {
+  const Folder folder;
+  AppSettings settings;
+  settings.language = L"Korean";
+  save_settings(settings_path(folder.path()), settings);
+  Session run(folder);
+  run.window.chosen_file = folder.path() / "a.json";
+  const auto told_in_korean = [&] {
+    run.window.set_status(L"", StatusTone::plain);
+    run.app.command(ControlId::load_packets);
+    const std::wstring told = run.window.status();
+    return std::ranges::any_of(told, [](wchar_t unit) { return unit >= 0xAC00 && unit <= 0xD7A3; });
+  };
+  EXPECT_TRUE(told_in_korean()) << "no file";
+  const std::string kDocuments[] = {
+      "",
+      "\xFF",
+      "\"\xED\x95",
+      "\xC7\xD1\xB1\xDB",  // a Korean file from before Unicode
+      "\xED\xA0\x80",
+      std::string(66, '['),
+      "[]",
+      R"({"Version":"1"})",
+      R"({"Version":1.5})",
+      R"({"Items":null})",
+      R"({"Items":[1]})",
+  };
+  for (const std::string& document : kDocuments) {
+    test::write_file(folder.path() / "a.json", document);
+    EXPECT_TRUE(told_in_korean()) << document;
+  }
 }
 
 }  // namespace

@@ -180,6 +180,29 @@ TEST(DisplayQueue, is_full_until_it_is_cleared_and_counts_without_wrapping) {
   EXPECT_EQ(queue.front().text(), L"z");
 }
 
+// A queue that waits behind a paused view for hours, on a line that brings one byte at a time.
+TEST(DisplayQueue, small_pieces_of_received_data_share_chunks) {
+  constexpr std::size_t kBytes = 100'000;
+  DisplayQueue queue(kBytes + 1);
+  for (std::size_t i = 0; i < kBytes; ++i) {
+    const bool sent_between = i == kBytes / 2;
+    if (sent_between) queue.add(packet(L"[TX]", 0, 1));
+    queue.add(packet(L"a", 1));
+  }
+  std::wstring text;
+  std::uint64_t raw = 0;
+  std::size_t chunks = 0;
+  for (; !queue.empty(); queue.pop(), ++chunks) {
+    text += queue.front().text();
+    raw += queue.front().raw_rx_bytes;
+    ASSERT_TRUE(queue.front().raw_rx_bytes == 0 || queue.front().auxiliary_bytes == 0);
+  }
+  EXPECT_LE(chunks, kBytes / DisplayQueue::kJoinedBytes + 3);
+  EXPECT_TRUE(text == std::wstring(kBytes / 2, L'a') + L"[TX]" + std::wstring(kBytes / 2, L'a'));
+  EXPECT_EQ(raw, kBytes);
+  EXPECT_EQ(queue.pending_bytes(), 0u);
+}
+
 TEST(DisplayQueue, keeps_the_newest_packet_when_it_shrinks) {
   DisplayQueue queue(100'000);
   queue.add(packet(L"oldest", 4000));

@@ -91,6 +91,10 @@ class RecordingWindow final : public MainWindow {
     notices_.push_back({std::wstring(title), std::wstring(text)});
   }
   PlainReceiveView& receive_view() override { return view_; }
+  bool open_in_desktop(const std::filesystem::path& target) override {
+    opened.push_back(target);
+    return true;
+  }
   void set_place(const WindowPlace& place) override { place_ = place; }
   WindowPlace current_place() const override { return place_; }
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override {
@@ -148,6 +152,7 @@ class RecordingWindow final : public MainWindow {
 
   bool input_waits = false;
   std::vector<FileQuestion> asked;
+  std::vector<std::filesystem::path> opened;
   std::optional<std::filesystem::path> chosen_file;  // what the person answers, nothing for a cancel
 
  private:

@@ -12,21 +12,32 @@
 namespace hvt {
 namespace {
 
-bool Facts::*const kFlags[]{&Facts::has_ports, &Facts::receive_hex, &Facts::line_break,
-                            &Facts::hide_crlf, &Facts::echo_sent,   &Facts::transmit_expanded,
-                            &Facts::send_hex,  &Facts::auto_crlf,   &Facts::wait_for_rx,
-                            &Facts::paused};
-constexpr RepeatState kRepeatStates[]{RepeatState::idle, RepeatState::running, RepeatState::stopping};
+bool Facts::*const kFlags[]{&Facts::has_ports,   &Facts::receive_hex,
+                            &Facts::line_break,  &Facts::hide_crlf,
+                            &Facts::echo_sent,   &Facts::transmit_expanded,
+                            &Facts::send_hex,    &Facts::auto_crlf,
+                            &Facts::wait_for_rx, &Facts::display_while_recording,
+                            &Facts::high_speed,  &Facts::paused};
+// Which repeat state goes with which record state does not matter to any rule.
+struct Activities {
+  RepeatState repeat;
+  RecordState record;
+};
+constexpr Activities kActivities[]{{RepeatState::idle, RecordState::idle},
+                                   {RepeatState::running, RecordState::idle},
+                                   {RepeatState::idle, RecordState::running},
+                                   {RepeatState::stopping, RecordState::draining}};
 
 std::vector<Facts> all_facts() {
   std::vector<Facts> all;
   for (const Language language : {Language::english, Language::korean}) {
     for (const LinkState link : {LinkState::disconnected, LinkState::connecting, LinkState::connected}) {
-      for (unsigned bits = 0; bits < std::size(kRepeatStates) << std::size(kFlags); ++bits) {
+      for (unsigned bits = 0; bits < std::size(kActivities) << std::size(kFlags); ++bits) {
         Facts facts;
         facts.language = language;
         facts.link = link;
-        facts.repeat = kRepeatStates[bits >> std::size(kFlags)];
+        facts.repeat = kActivities[bits >> std::size(kFlags)].repeat;
+        facts.record = kActivities[bits >> std::size(kFlags)].record;
         for (std::size_t i = 0; i < std::size(kFlags); ++i)
           facts.*kFlags[i] = (bits >> i & 1) != 0;
         all.push_back(facts);
@@ -39,7 +50,8 @@ std::vector<Facts> all_facts() {
 std::string describe(const Facts& f) {
   std::string text = f.language == Language::korean ? "korean" : "english";
   text += " link=" + std::to_string(static_cast<int>(f.link)) +
-          " repeat=" + std::to_string(static_cast<int>(f.repeat)) + " flags=";
+          " repeat=" + std::to_string(static_cast<int>(f.repeat)) +
+          " record=" + std::to_string(static_cast<int>(f.record)) + " flags=";
   for (const auto flag : kFlags)
     text += f.*flag ? '1' : '0';
   return text;
@@ -60,7 +72,7 @@ const ControlState& of(const ControlStates& states, ControlId id) {
 
 bool has_caption(ControlKind kind) {
   return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::button ||
-         kind == ControlKind::check || kind == ControlKind::radio;
+         kind == ControlKind::check || kind == ControlKind::radio || kind == ControlKind::name_edit;
 }
 
 TEST(StateRules, NothingThatSendsIsEnabledUnlessConnectedAndUnfolded) {
@@ -85,6 +97,19 @@ TEST(StateRules, ARepeatRunLocksWhatItSendsAndLeavesItsStop) {
     }
     EXPECT_EQ(of(states, ControlId::rx_timeout).enabled, f.transmit_expanded && !repeats && f.wait_for_rx);
     EXPECT_EQ(of(states, ControlId::transmit).enabled, !repeats);
+  });
+}
+
+TEST(StateRules, ARecordingCanAlwaysBeStoppedAndOnlyAConnectionRecorded) {
+  for_all_facts([](const Facts& f, const ControlStates& states) {
+    const bool may =
+        f.record == RecordState::running || (f.record == RecordState::idle && f.link == LinkState::connected);
+    EXPECT_EQ(of(states, ControlId::record).enabled, may);
+    EXPECT_EQ(of(states, ControlId::record_name).enabled, f.record == RecordState::idle);
+    EXPECT_TRUE(of(states, ControlId::record_title).visible && of(states, ControlId::open_folder).enabled);
+    const ControlState& display = of(states, ControlId::display_while_recording);
+    EXPECT_EQ(display.enabled, !f.high_speed);
+    EXPECT_EQ(display.checked, f.display_while_recording && !f.high_speed);
   });
 }
 
@@ -192,6 +217,8 @@ TEST(StateRules, APreferenceChangesOnlyItsOwnControls) {
       {"echo_sent", &Facts::echo_sent, {ControlId::echo_sent}},
       {"send_hex", &Facts::send_hex, {ControlId::send_ascii, ControlId::send_hex}},
       {"auto_crlf", &Facts::auto_crlf, {ControlId::auto_crlf}},
+      {"display_while_recording", &Facts::display_while_recording, {ControlId::display_while_recording}},
+      {"high_speed", &Facts::high_speed, {ControlId::display_while_recording}},
       {"paused", &Facts::paused, {ControlId::follow}},
       {"wait_for_rx", &Facts::wait_for_rx, {ControlId::wait_for_rx, ControlId::rx_timeout}},
   };

@@ -3,7 +3,7 @@
 #   tools/demo/play.sh BUILD OUT          the Linux program of the build folder BUILD
 #   tools/demo/play.sh BUILD OUT WINDOWS  the same scenes with the Windows program of the build folder WINDOWS
 #                                         under Wine (WINEPREFIX names a prefix of tools/wine/prefix.sh)
-# Leaves screenshots, the device's log and summary.txt in OUT. Fails when the device received anything but the
+# Leaves screenshots, the device's log, a recording and summary.txt in OUT. Fails when the device received anything but the
 # packets sent, when it was not opened as often as the program was to connect, or when a picture lacks the colours
 # of what must be on it.
 set -euo pipefail
@@ -43,7 +43,7 @@ for _ in $(seq 100); do [ -s "$out/device.txt" ] && break; sleep 0.05; done
 
 # The program, a copy in a folder of its own: settings lie beside it.
 mkdir "$runtime/program"
-cp "${windows:-$build}/src/app/HalvetricSerialTest"* "$runtime/program"
+find "${windows:-$build}/src/app" -maxdepth 1 -type f -name "HalvetricSerialTest*" -exec cp {} "$runtime/program" \;
 if [ -n "$windows" ]; then
   # COM9 is the device, and the only port listed: COM1 is this machine's own console.
   ln -sfn "$(grep -oE '/dev/pts/[0-9]+' "$out/device.txt" | head -1)" "$WINEPREFIX/dosdevices/com9"
@@ -85,6 +85,11 @@ shot() {
   import -window "$window" "$out/$1.png"
   echo "  $1.png" >>"$out/summary.txt"
 }
+shot_screen() {  # with the dialogs over the window
+  sleep "${2:-0.4}"
+  import -window root "$out/$1.png"
+  echo "  $1.png" >>"$out/summary.txt"
+}
 echo "Screenshots:" >"$out/summary.txt"
 
 xdotool windowfocus "$window" 2>/dev/null || true
@@ -93,6 +98,9 @@ shot 1-ready
 click connect
 shot 2-connected
 click line_break
+click record_name
+xdotool type --delay 15 demo
+click record
 tell 'say Temperature 21.5 C\r\n'
 tell 'say <STX>0017<0xAB><0xFE><ETX>\r\n'
 shot 3-receiving 1
@@ -116,10 +124,29 @@ click clear
 click repeat
 shot 5-repeating 1
 shot 6-repeated 3
+click record
+sleep 0.5
+click save_packets
+shot_screen 7-save-dialog 1.5
+xdotool key Escape
+sleep 0.3
+xdotool windowfocus "$window" 2>/dev/null || true
+click load_packets
+shot_screen 7-load-dialog 1.5
+xdotool key Escape
+sleep 0.3
+xdotool windowfocus "$window" 2>/dev/null || true
 click receive_hex
 tell 'say \x00\x01\x7F\x80\xFF\r\n'
 shot 7-hex 1
 click receive_ascii
+click clear
+tell 'flood 2k'
+sleep 1
+read -r _ x y width height < <(grep '^receive_view ' "$runtime/map")
+xdotool mousemove $((x + 60)) $((y + 20)) mousedown 1 mousemove $((x + 200)) $((y + 50)) mouseup 1
+shot 7-paused 2
+tell 'flood off'
 click clear
 tell stall   # the line still takes some kilobytes, then a write ends after half a second
 click packet_4
@@ -144,6 +171,11 @@ if [ -z "$windows" ]; then   # a device that comes back has another pseudo-termi
   shot 10-replugged 1
 fi
 
+# The recording, made whole again from its parts.
+cp -r "$runtime/program/recording" "$out/recording"
+recovered=yes
+"$build/tools/recover/hvt-recover" "$out/recording/demo.meta.json" "$out/recording/demo.raw" >"$runtime/recovery" || recovered=no
+
 # What the device saw is what was sent.
 tell quit
 wait "$device" 2>/dev/null || true
@@ -153,6 +185,7 @@ wait "$device" 2>/dev/null || true
   echo "Bytes the device received:"
   grep ' rx ' "$out/device.log" | cut -c1-100 || true
 } >>"$out/summary.txt"
+{ echo; echo "Recording:"; cat "$runtime/recovery"; } >>"$out/summary.txt"
 cat "$out/summary.txt"
 fail() { echo "demo: $1" >&2; exit 1; }
 sent=$(grep ' rx ' "$out/device.log" | cut -d' ' -f4- | tr '\n' ' ')
@@ -162,6 +195,7 @@ packets=$id$ping$id$ping$slow$id$ping$slow
 [[ "${sent#"$packets"}" =~ ^((78 ){1400}0D 0A )*(78 ){0,1400}(0D )?$ ]] || fail "the device received damaged packets"
 opened=$(grep -c '^opened' "$out/device.txt")
 [ "$opened" -eq $([ -n "$windows" ] && echo 2 || echo 3) ] || fail "the device was opened $opened times"
+[ "$recovered" = yes ] || fail "the recording is not whole"
 shows() {  # PICTURE COLOR WHAT
   local pixels
   pixels=$(convert "$out/$1.png" -fuzz 15% -fill black +opaque "$2" -fill white -opaque "$2" -format '%[fx:w*h*mean]' info:)

@@ -11,7 +11,7 @@ namespace hvt {
 // Promises  closed exactly once.
 // Threads   none of its own; like an int.
 // Owns      the descriptor.
-// Ends      with its destructor or reset().
+// Ends      with its destructor, reset() or release(), which hands it to someone else.
 class UniqueFd {
  public:
   UniqueFd() = default;
@@ -25,6 +25,7 @@ class UniqueFd {
 
   int get() const { return fd_; }
   explicit operator bool() const { return fd_ >= 0; }
+  int release() { return std::exchange(fd_, -1); }
   void reset(int fd = -1) {
     if (fd_ >= 0) ::close(fd_);
     fd_ = fd;

@@ -11,7 +11,8 @@ namespace hvt {
 // Promises  "no handle" is one state, whether the system said it with null or with INVALID_HANDLE_VALUE.
 // Threads   like a plain value; the handle inside may be used by several.
 // Owns      the handle.
-// Ends      with CloseHandle in the destructor, in reset() or when another handle is moved in.
+// Ends      with CloseHandle in the destructor, in reset() or when another handle is moved in;
+//           release() hands it to someone else.
 class UniqueHandle {
  public:
   UniqueHandle() = default;
@@ -29,6 +30,7 @@ class UniqueHandle {
   explicit operator bool() const { return handle_ != nullptr; }
   HANDLE get() const { return handle_; }
 
+  HANDLE release() { return std::exchange(handle_, nullptr); }
   void reset() {
     if (handle_ != nullptr) CloseHandle(std::exchange(handle_, nullptr));
   }

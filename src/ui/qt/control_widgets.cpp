@@ -35,6 +35,13 @@ QWidget* create_number_edit(QWidget* parent) {
   return edit;
 }
 
+QWidget* create_name_edit(QWidget* parent) {
+  auto* const edit = new QLineEdit(parent);
+  edit->setMaxLength(static_cast<int>(kMaxNameCharacters));
+  edit->setTextMargins(kFieldMargin, 0, kFieldMargin, 0);
+  return edit;
+}
+
 QWidget* create_radio(QWidget* parent) {
   auto* const radio = new QRadioButton(parent);
   radio->setAutoExclusive(false);  // the groups are told apart by the table, not by the parent
@@ -52,6 +59,7 @@ QWidget* create_by_kind(const ControlRow& row, QWidget* parent) {
     case ControlKind::choice: return new ChoiceBox(parent);
     case ControlKind::packet_edit: return create_packet_edit(row, parent);
     case ControlKind::number_edit: return create_number_edit(parent);
+    case ControlKind::name_edit: return create_name_edit(parent);
     case ControlKind::receive_view: return new ReceiveViewWidget(parent);
     case ControlKind::status: return new StatusLine(parent);
   }

@@ -4,6 +4,7 @@
 #include <QButtonGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -12,6 +13,7 @@
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QTimer>
+#include <QUrl>
 #include <algorithm>
 
 #include "ui/qt/control_widgets.h"
@@ -41,6 +43,12 @@ constexpr bool keeps_checked(ControlKind kind) {
 
 Size client_size(const QSize& size) {
   return {size.width(), size.height()};
+}
+
+// The pattern for any file asks for a full stop in the name here, which not every file has.
+QString name_filter(const FileQuestion::Type& type) {
+  const std::wstring pattern = type.pattern == L"*.*" ? L"*" : type.pattern;
+  return to_qstring(type.name + L" (" + pattern + L")");
 }
 
 // "&" would otherwise mark a shortcut letter.
@@ -174,6 +182,12 @@ void QtMainWindow::set_caption(ControlId id, std::wstring_view caption) {
   if (is_static_text(kind)) as<QLabel>(id).setText(to_qstring(caption));
   if (is_push(kind)) as<QAbstractButton>(id).setText(literal(caption));
   if (id == ControlId::receive_title) widget(ControlId::receive_view).setAccessibleName(to_qstring(caption));
+  if (kind == ControlKind::name_edit) {
+    as<QLineEdit>(id).setPlaceholderText(to_qstring(caption));
+    widget(id).setAccessibleName(to_qstring(caption));
+  }
+  if (id == ControlId::packet_number_label)  // of two fields; the second one follows another label
+    widget(ControlId::end_packet).setAccessibleName(to_qstring(caption));
   if (kind == ControlKind::button && is_packet_row(id)) {
     const QString number = QString::number(packet_row(id) + 1);
     widget(id).setAccessibleName(to_qstring(caption) + QLatin1Char(' ') + number);
@@ -283,14 +297,21 @@ std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& 
   QFileDialog dialog(this, to_qstring(question.title), QString::fromStdString(question.folder.string()));
   dialog.setAcceptMode(question.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
   dialog.setFileMode(question.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+  dialog.setOption(QFileDialog::HideNameFilterDetails);  // the names have their pattern already
   QStringList filters;
   for (const FileQuestion::Type& type : question.types)
-    filters << to_qstring(type.name);
+    filters << name_filter(type);
   dialog.setNameFilters(filters);
-  dialog.setDefaultSuffix(to_qstring(question.extension));
-  if (question.save) dialog.selectFile(to_qstring(question.proposed_name));
+  if (question.save) {
+    dialog.setDefaultSuffix(to_qstring(question.extension));
+    dialog.selectFile(to_qstring(question.proposed_name));
+  }
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   return std::filesystem::path(dialog.selectedFiles().front().toStdString());
+}
+
+bool QtMainWindow::open_in_desktop(const std::filesystem::path& target) {
+  return QDesktopServices::openUrl(QUrl::fromUserInput(QString::fromStdString(target.string())));
 }
 
 // What the controller hears

@@ -55,6 +55,7 @@ class QtMainWindow final : public QWidget, public MainWindow {
   ReceiveView& receive_view() override;
 
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
+  bool open_in_desktop(const std::filesystem::path& target) override;
 
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;

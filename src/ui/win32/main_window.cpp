@@ -1,7 +1,9 @@
 #include "ui/win32/main_window.h"
 
 #include <richedit.h>
+#include <shellapi.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -313,9 +315,13 @@ void Win32MainWindow::show() {
   UpdateWindow(handle());
 }
 
-// The system moves a place that no screen shows.
+// The system moves a place that no screen shows. It does not know how high a window of that width must be:
+// with other fonts than last time that may be more.
 void Win32MainWindow::set_place(const WindowPlace& place) {
-  const Rect& rect = place.normal;
+  const Size least = minimum_window_size(place.normal.width);
+  Rect rect = place.normal;
+  rect.width = std::max(rect.width, least.width);
+  rect.height = std::max(rect.height, least.height);
   WINDOWPLACEMENT placement{};
   placement.length = sizeof placement;
   placement.showCmd = SW_HIDE;  // until show()
@@ -416,6 +422,12 @@ void Win32MainWindow::show_notice(std::wstring_view title, std::wstring_view tex
 
 std::optional<std::filesystem::path> Win32MainWindow::ask_file(const FileQuestion& question) {
   return show_send_data_file_dialog(handle(), question);
+}
+
+bool Win32MainWindow::open_in_desktop(const std::filesystem::path& target) {
+  constexpr INT_PTR kLastError = 32;  // greater values mean success
+  const HINSTANCE opened = ShellExecuteW(handle(), L"open", target.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+  return reinterpret_cast<INT_PTR>(opened) > kLastError;
 }
 
 bool Win32MainWindow::post(unsigned message) {

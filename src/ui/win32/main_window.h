@@ -55,6 +55,7 @@ class Win32MainWindow final : public MainWindow {
   void show_notice(std::wstring_view title, std::wstring_view text) override;
   ReceiveView& receive_view() override { return receive_view_; }
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
+  bool open_in_desktop(const std::filesystem::path& target) override;
   bool post(unsigned message) override;
   void start_timer(std::uintptr_t id, unsigned milliseconds) override;
   bool input_waiting() const override;

@@ -35,6 +35,7 @@ NativeKind native_kind(ControlKind kind) {
     case ControlKind::choice: return {WC_COMBOBOXW, kChoiceStyle | WS_TABSTOP};
     case ControlKind::packet_edit: return {WC_EDITW, ES_AUTOHSCROLL | WS_TABSTOP};
     case ControlKind::number_edit: return {WC_EDITW, ES_AUTOHSCROLL | ES_RIGHT | WS_TABSTOP};
+    case ControlKind::name_edit: return {WC_EDITW, ES_AUTOHSCROLL | WS_TABSTOP};
     case ControlKind::receive_view:
       return {MSFTEDIT_CLASS, ES_MULTILINE | ES_READONLY | ES_NOHIDESEL | ES_DISABLENOSCROLL |
                                   ES_AUTOVSCROLL | WS_VSCROLL | WS_BORDER | WS_TABSTOP};
@@ -85,6 +86,10 @@ void prepare_control(HWND handle, ControlKind kind) {
     SendMessageW(handle, EM_LIMITTEXT, kMaxPacketCharacters, 0);
     make_field(handle);
   }
+  if (kind == ControlKind::name_edit) {
+    SendMessageW(handle, EM_LIMITTEXT, kMaxNameCharacters, 0);
+    make_field(handle);
+  }
   if (kind == ControlKind::number_edit) {
     SendMessageW(handle, EM_LIMITTEXT, kMaxNumberCharacters, 0);
     make_field(handle);
@@ -128,6 +133,8 @@ void NativeControls::set_fonts(const Fonts& fonts) {
 
 void NativeControls::set_caption(ControlId id, std::wstring_view caption) {
   const ControlKind kind = control(id).kind;
+  if (kind == ControlKind::name_edit)
+    SendMessageW((*this)[id], EM_SETCUEBANNER, TRUE, reinterpret_cast<LPARAM>(std::wstring{caption}.c_str()));
   if (!has_caption(kind)) return;
   texts_[index_of(id)] = caption;
   SetWindowTextW((*this)[id], (is_push(kind) ? literal(caption) : std::wstring{caption}).c_str());

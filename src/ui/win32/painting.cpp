@@ -29,7 +29,8 @@ HBRUSH Surfaces::brush(Surface surface) const {
 Surfaces::Surface Surfaces::surface_of(ControlId id) const {
   switch (control(id).kind) {
     case ControlKind::packet_edit: return packet_row(id) % 2 == 0 ? Surface::field : Surface::alternate_field;
-    case ControlKind::number_edit: return Surface::field;
+    case ControlKind::number_edit:
+    case ControlKind::name_edit: return Surface::field;
     default: return control(id).group == ControlGroup::connection ? Surface::header : Surface::window;
   }
 }

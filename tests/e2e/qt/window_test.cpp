@@ -10,11 +10,15 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTest>
+#include <QTimer>
+#include <filesystem>
 #include <latch>
 #include <memory>
 #include <string>
@@ -151,9 +155,9 @@ TEST_F(Window, RepeatsAndTellsWhatBecameOfEachPacket) {
 
 TEST_F(Window, IsAsItWasLeftTheNextTime) {
   click(ControlId::transmit);
-  for (const ControlId id :
-       {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-        ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+  for (const ControlId id : {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent,
+                             ControlId::receive_hex, ControlId::send_hex, ControlId::auto_crlf,
+                             ControlId::wait_for_rx, ControlId::display_while_recording})
     click(id);
   for (const ControlRow& row : kControls) {
     if (row.kind == ControlKind::choice && row.id != ControlId::port) {
@@ -192,6 +196,53 @@ TEST_F(Window, IsAsItWasLeftTheNextTime) {
   EXPECT_EQ(again.geometry(), place);
   app.closing();
   app.detach();
+}
+
+TEST_F(Window, ComesBackMaximizedWithTheSizeItHadBefore) {
+  window_.move(30, 10);
+  window_.resize(720, 770);
+  const QRect place = window_.geometry();
+  window_.showMaximized();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return window_.geometry() != place; }));
+  window_.close();
+
+  App app(folder_.path(), {}, [this] { return std::vector<PortDescription>{{device_->port(), L""}}; });
+  QtMainWindow again(app);
+  app.attach(again);
+  EXPECT_TRUE(again.isMaximized());
+  again.showNormal();
+  EXPECT_EQ(again.geometry(), place);
+  app.closing();
+  app.detach();
+}
+
+TEST_F(Window, SavesAndLoadsPacketsThroughTheDialog) {
+  open_transmit("saved");
+  const auto answer = [this](ControlId id, const QString& name) {
+    QStringList seen;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, [&] {
+      auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+      if (dialog == nullptr || !seen.isEmpty()) return;
+      seen << dialog->windowTitle() << dialog->directory().dirName() << dialog->nameFilters();
+      auto& field = *dialog->findChild<QLineEdit*>("fileNameEdit");
+      seen << field.text();
+      field.setText(name);
+      QTest::keyClick(&field, Qt::Key_Return);
+      if (dialog->isVisible()) dialog->reject();  // it did not like the name
+    });
+    look.start(1);
+    click(id);
+    return seen.join("|");
+  };
+  const QString types = "|send data|Serial send preset (*.json) (*.json)|All files (*.*) (*)|";
+  EXPECT_EQ(answer(ControlId::save_packets, "mine"),
+            "Save send data file" + types + "serial-send-presets-01.json");
+  const auto presets = folder_.path() / "send data";
+  std::filesystem::rename(presets / "mine.json", presets / "no full stop");
+  QTest::keyClicks(&find(packet_field(0)), " no more");
+  EXPECT_EQ(answer(ControlId::load_packets, "no full stop"), "Load send data file" + types);
+  EXPECT_EQ(find<QLineEdit>(packet_field(0)).text(), "saved");
 }
 
 TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {

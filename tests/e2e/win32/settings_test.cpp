@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/app.h"
+#include "settings/app_settings.h"
 #include "tests/support/folder.h"
 #include "ui/win32/application.h"
 #include "ui/win32/main_window.h"
@@ -71,9 +72,9 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
     for (const ControlRow& row : kControls)
       first[row.id] = session.seen(row);
     session.click(ControlId::transmit);
-    for (const ControlId id :
-         {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-          ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx})
+    for (const ControlId id : {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent,
+                               ControlId::receive_hex, ControlId::send_hex, ControlId::auto_crlf,
+                               ControlId::wait_for_rx, ControlId::display_while_recording})
       session.click(id);
     for (const ControlRow& row : kControls) {
       if (row.kind == ControlKind::choice) session.choose_another(row.id);
@@ -96,6 +97,37 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
   GetWindowRect(again.window.handle(), &restored);
   EXPECT_TRUE(EqualRect(&restored, &place))
       << restored.left << " " << restored.top << " " << restored.right << " " << restored.bottom;
+}
+
+TEST(Win32Settings, AMaximizedWindowComesBackMaximizedWithTheSizeItHadBefore) {
+  const test::Folder folder;
+  RECT place{};
+  {
+    Session session(folder);
+    SetWindowPos(session.window.handle(), nullptr, 30, 20, 790, 730, SWP_NOZORDER);
+    GetWindowRect(session.window.handle(), &place);
+    ShowWindow(session.window.handle(), SW_MAXIMIZE);
+  }
+  Session again(folder);
+  EXPECT_TRUE(IsZoomed(again.window.handle()));
+  ShowWindow(again.window.handle(), SW_RESTORE);
+  RECT restored{};
+  GetWindowRect(again.window.handle(), &restored);
+  EXPECT_TRUE(EqualRect(&restored, &place))
+      << restored.left << " " << restored.top << " " << restored.right << " " << restored.bottom;
+}
+
+TEST(Win32Settings, ASavedWindowThatIsTooLowForItsControlsIsMadeHighEnough) {
+  const test::Folder folder;
+  AppSettings settings;
+  settings.transmit_enabled = true;
+  settings.window_width = 760;
+  settings.window_height = 200;
+  save_settings(settings_path(folder.path()), settings);
+  Session session(folder);
+  RECT client{};
+  GetClientRect(session.window.handle(), &client);
+  EXPECT_GE(client.bottom, session.app.minimum_client_size(client.right).height);
 }
 
 }  // namespace

@@ -181,6 +181,14 @@ TEST(PosixDataFile, settings_that_may_exist_are_not_taken_for_missing) {
   EXPECT_EQ(error_of([&] { load_settings(folder.path()); }), "Could not open the data file.");
 }
 
+TEST(PosixDataFile, what_another_running_process_writes_stays) {
+  const Folder folder;
+  const std::string name = "file.tmp." + std::to_string(::getppid()) + ".4000000000";
+  test::write_file(folder.path() / name, "");
+  write_data_file_atomically(folder.path() / "file", "x");
+  EXPECT_EQ(folder.names(), "file " + name + " ");
+}
+
 // A small disk of its own for one process, which disappears with it; what it cannot be had for.
 std::string mount_small_disk(const fs::path& folder) {
   if (::unshare(CLONE_NEWNS) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)

@@ -112,6 +112,9 @@ TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
       case ControlKind::number_edit:
         found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxNumberCharacters};
         break;
+      case ControlKind::name_edit:
+        found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxNameCharacters};
+        break;
       case ControlKind::receive_view: found = find<ReceiveViewWidget>(row.id) != nullptr; break;
     }
     EXPECT_TRUE(found);
@@ -127,8 +130,8 @@ TEST_F(Face, is_walked_by_the_tab_key_in_table_order) {
   }
   std::vector<std::string> expected;
   for (const ControlRow& row : kControls) {
-    const bool text = row.kind == ControlKind::label || row.kind == ControlKind::title ||
-                      row.kind == ControlKind::counter;
+    const bool text =
+        row.kind == ControlKind::label || row.kind == ControlKind::title || row.kind == ControlKind::counter;
     if (!text && row.kind != ControlKind::status) expected.emplace_back(row.name);
   }
   EXPECT_EQ(walked, expected);

@@ -8,6 +8,7 @@
 #include <QContextMenuEvent>
 #include <QImage>
 #include <QMenu>
+#include <QPaintEvent>
 #include <QScrollBar>
 #include <QTest>
 #include <QTimer>
@@ -136,6 +137,48 @@ TEST_F(View, keeps_what_is_seen_and_selected_while_thousands_of_batches_come_and
   QTest::keyClick(&view_, Qt::Key_Up, Qt::ShiftModifier);
   EXPECT_EQ(view_.selected_text().count(QLatin1Char('\n')), 3);
   EXPECT_TRUE(view_.selected_text().endsWith(selected));
+}
+
+// What is painted where, while the rest of the screen stays as it is.
+class PaintWatch : public QObject {
+ public:
+  explicit PaintWatch(QWidget* watched) { watched->installEventFilter(this); }
+  QRect painted;
+
+ private:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::Paint) painted |= static_cast<QPaintEvent*>(event)->rect();
+    return false;
+  }
+};
+
+TEST_F(View, paints_only_what_has_changed_and_everything_when_it_scrolls) {
+  append_lines(5, true);
+  QApplication::processEvents();
+  PaintWatch watch(view_.viewport());
+  append_lines(1, true);
+  EXPECT_GE(watch.painted.top(), cell(0, 5).y() - 5);
+  EXPECT_EQ(watch.painted.bottom(), view_.viewport()->rect().bottom());
+  append_lines(500, true);
+  QApplication::processEvents();
+  watch.painted = {};
+  append_lines(1, true);
+  EXPECT_EQ(watch.painted, view_.viewport()->rect()) << "it scrolled";
+  watch.painted = {};
+  append_lines(50, false);
+  append_lines(50, false);
+  EXPECT_FALSE(watch.painted.contains(cell(0, 0))) << "the text came below";
+}
+
+TEST_F(View, keeps_what_is_seen_in_place_when_rows_above_it_are_removed) {
+  append_lines(300, true);
+  view_.verticalScrollBar()->setValue(200);
+  const QImage before = seen();
+  view_.begin_update();
+  view_.remove(10 * 15, 20 * 16);  // the rows of two-digit lines are one longer
+  view_.end_update({.follow = false});
+  EXPECT_EQ(view_.verticalScrollBar()->value(), 180);
+  EXPECT_EQ(seen(), before);
 }
 
 TEST_F(View, keeps_a_selection_on_its_text_when_text_before_it_is_removed) {

@@ -33,7 +33,8 @@ std::wstring expected_class(ControlKind kind) {
     case ControlKind::radio: return L"BUTTON";
     case ControlKind::choice: return L"COMBOBOX";
     case ControlKind::packet_edit:
-    case ControlKind::number_edit: return L"EDIT";
+    case ControlKind::number_edit:
+    case ControlKind::name_edit: return L"EDIT";
     case ControlKind::receive_view: return L"RICHEDIT50W";
     default: return L"STATIC";
   }
@@ -264,8 +265,7 @@ TEST(Win32Face, HeadingsOfTheGroupsAreBold) {
     if (row.kind == ControlKind::receive_view) continue;
     LOGFONTW font{};
     GetObjectW(font_of(face.native(row.id)), sizeof font, &font);
-    EXPECT_EQ(font.lfWeight >= FW_SEMIBOLD,
-              row.kind == ControlKind::title || row.id == ControlId::transmit)
+    EXPECT_EQ(font.lfWeight >= FW_SEMIBOLD, row.kind == ControlKind::title || row.id == ControlId::transmit)
         << row.name;
   }
 }

@@ -1,0 +1,267 @@
+// Risk: a recording lacks what was on the line, and does not say so. The real window records a flood from the
+// virtual device while a person does everything that keeps the interface busy; what the recovery tool makes
+// of the files must be the flood, byte for byte.
+//
+// Longer runs: HVT_RECORDING_BYTES (each run), HVT_RECORDING_RATE ("150k", "max"),
+// HVT_RECORDING_DISTURBANCE_MS (a display that takes no more needs 3 MiB in one of them).
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <QAbstractButton>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/app.h"
+#include "base/text.h"
+#include "tests/support/device_process.h"
+#include "tests/support/folder.h"
+#include "tools/recover/recovery.h"
+#include "tools/virtual_device/pattern.h"
+#include "ui/qt/main_window.h"
+#include "ui/texts.h"
+
+namespace hvt {
+namespace {
+
+using device::PatternKind;
+
+std::string setting(const char* name, std::string otherwise) {
+  const char* const value = std::getenv(name);
+  return value ? value : otherwise;
+}
+
+RecordingConfig small_parts() {
+  RecordingConfig config;
+  config.part_limit_bytes = 1u << 20;
+  return config;
+}
+
+// The program with its window, recording, connected to a device that floods.
+class Program {
+ public:
+  Program(PatternKind kind, std::uint64_t bytes, bool hex, RecordingConfig config = small_parts())
+      : kind_(kind),
+        device_(flood(kind, bytes)),
+        port_(path_in(device_.line("ready"))),
+        app_(
+            folder_.path(), {},
+            [this] {
+              return std::vector<PortDescription>{{port_, L""}};
+            },
+            std::move(config)),
+        window_(app_) {
+    app_.attach(window_);
+    click(ControlId::echo_sent);
+    if (hex) click(ControlId::receive_hex);
+    QTest::keyClicks(&find(ControlId::record_name), "flood");
+    click(ControlId::connect);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return caption(ControlId::connect) == "Connected"; }));
+    click(ControlId::record);
+    EXPECT_EQ(caption(ControlId::record), "Stop Recording") << status();
+    EXPECT_TRUE(device_.tell("flood " + setting("HVT_RECORDING_RATE", "10M")));
+  }
+  ~Program() {
+    app_.closing();
+    app_.detach();
+  }
+
+  template <typename Widget = QWidget>
+  Widget& find(ControlId id) {
+    return *window_.findChild<Widget*>(QString::fromStdString(std::string(control(id).name)));
+  }
+  void click(ControlId id) {
+    QWidget& widget = find(id);
+    const bool has_indicator =
+        control(id).kind == ControlKind::check || control(id).kind == ControlKind::radio;
+    QTest::mouseClick(&widget, Qt::LeftButton, {},
+                      QPoint(has_indicator ? 8 : widget.width() / 2, widget.height() / 2));
+  }
+  QString caption(ControlId id) { return find<QPushButton>(id).text(); }
+  std::string status() { return find<QLabel>(ControlId::status).text().toStdString(); }
+  bool paused() { return find(ControlId::follow).isEnabled(); }
+  bool full() { return status() == utf16_to_utf8(text(TextId::display_full, Language::english)); }
+  // Gives a fast flood the time to fill the display.
+  void scroll_up() {
+    const auto up = [&] { return QTest::keyClick(&find(ControlId::receive_view), Qt::Key_PageUp), paused(); };
+    if (QTest::qWaitFor(up, 1000)) (void)QTest::qWaitFor([&] { return full(); }, 1000);
+  }
+  QtMainWindow& window() { return window_; }
+  bool records() { return caption(ControlId::record) == "Stop Recording"; }
+
+  // Received bytes that the session has taken, as its metadata says while it grows.
+  std::uint64_t taken() const {
+    std::ifstream file(metadata(), std::ios::binary);
+    const std::string document{std::istreambuf_iterator<char>(file), {}};
+    return recover::parse_metadata(document).raw_rx_delivered_bytes;
+  }
+  bool stop() {
+    if (records()) click(ControlId::record);
+    return QTest::qWaitFor([&] { return !records(); }, 60'000);
+  }
+  // What the parts hold; the verifier says whether it is the flood from its beginning on.
+  recover::Recovery recover(device::PatternVerifier& verifier) const {
+    return recover::recover(metadata(), [&](auto bytes) { verifier.feed(bytes); });
+  }
+  PatternKind kind() const { return kind_; }
+
+ private:
+  // At next to nothing until the program records.
+  static std::vector<std::string> flood(PatternKind kind, std::uint64_t bytes) {
+    std::vector<std::string> options{"--flood", "1", "--bytes", std::to_string(bytes)};
+    if (kind == PatternKind::kBinary) options.push_back("--binary");
+    return options;
+  }
+  static std::wstring path_in(const std::string& ready) {
+    const std::string path = ready.substr(ready.rfind(' ') + 1);
+    return {path.begin(), path.end()};
+  }
+  std::filesystem::path metadata() const { return folder_.path() / "recording" / "flood.meta.json"; }
+
+  const PatternKind kind_;
+  const test::PrivateRuntimeFolder runtime_;
+  test::DeviceProcess device_;
+  const std::wstring port_;
+  test::Folder folder_;
+  App app_;
+  QtMainWindow window_;
+};
+
+// What keeps the interface busy or the display from taking text, each for a while.
+struct Disturbance {
+  const char* name;
+  void (*begin)(Program& program);
+  void (*end)(Program& program);
+};
+void nothing(Program&) {}
+const Disturbance kDisturbances[] = {
+    {"scrolled up until the display is full", [](Program& p) { p.scroll_up(); },
+     [](Program& p) { p.click(ControlId::clear); }},
+    {"panel unfolded", [](Program& p) { p.click(ControlId::transmit); },
+     [](Program& p) { p.click(ControlId::transmit); }},
+    {"message box", [](Program& p) { p.window().show_notice(L"Notice", L"Open for a while."); },
+     [](Program& p) { p.window().findChild<QMessageBox*>()->close(); }},
+    {"display off while recording", [](Program& p) { p.click(ControlId::display_while_recording); },
+     [](Program& p) { p.click(ControlId::display_while_recording); }},
+    {"cleared", [](Program& p) { p.click(ControlId::clear); }, nothing},
+    {"line breaks shown", [](Program& p) { p.click(ControlId::line_break); },
+     [](Program& p) { p.click(ControlId::line_break); }},
+    {"moved and resized", [](Program& p) { p.window().move(50, 40), p.window().resize(900, 700); },
+     [](Program& p) { p.window().move(10, 10), p.window().resize(700, 800); }},
+};
+
+// Until the flood has come or nothing of it has for ten seconds. True if the display was full meanwhile.
+bool disturb_until(Program& program, std::uint64_t bytes) {
+  const int milliseconds = std::stoi(setting("HVT_RECORDING_DISTURBANCE_MS", "100"));
+  bool was_full = false;
+  QElapsedTimer quiet;
+  quiet.start();
+  std::uint64_t taken = 0;
+  for (std::size_t turn = 0; program.records() && !quiet.hasExpired(10'000); ++turn) {
+    const Disturbance& disturbance = kDisturbances[turn % std::size(kDisturbances)];
+    disturbance.begin(program);
+    QTest::qWait(milliseconds);
+    was_full = was_full || (program.paused() && program.full());
+    disturbance.end(program);
+    const std::uint64_t now = program.taken();
+    if (now == bytes && turn >= std::size(kDisturbances)) break;
+    if (now != taken) quiet.restart();
+    taken = now;
+  }
+  return was_full;
+}
+
+struct Format {
+  const char* name;
+  PatternKind kind;
+  bool hex;
+};
+void PrintTo(const Format& format, std::ostream* out) {
+  *out << format.name;
+}
+
+class Recording : public testing::TestWithParam<Format> {};
+
+TEST_P(Recording, OfAFloodIsWholeWhateverThePersonDoes) {
+  const auto [name, kind, hex] = GetParam();
+  const std::uint64_t bytes = std::stoull(setting("HVT_RECORDING_BYTES", "12672000"));
+  Program program(kind, bytes, hex);
+  QElapsedTimer time;
+  time.start();
+  EXPECT_TRUE(disturb_until(program, bytes)) << "the display was not full";
+  const auto milliseconds = time.elapsed();
+  ASSERT_TRUE(program.stop());
+  EXPECT_EQ(program.status(), "Recording saved: flood");
+
+  device::PatternVerifier verifier(kind, device::PatternVerifier::Start::kAtRecordZero);
+  const recover::Recovery found = program.recover(verifier);
+  verifier.finish();
+  EXPECT_EQ(found.problems, std::vector<std::string>());
+  EXPECT_FALSE(verifier.fault()) << device::describe(*verifier.fault());
+  EXPECT_EQ(verifier.bytes(), bytes);
+  EXPECT_EQ(found.metadata.stop_reason, "user_stop");
+  EXPECT_EQ(found.metadata.integrity, "not_verified");
+  EXPECT_GE(found.parts_found, found.text_bytes >> 20);
+  std::cout << name << ": " << bytes << " bytes, " << found.parts_found << " parts, " << found.text_bytes
+            << " bytes of text in " << milliseconds << " ms\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Recording,
+                         testing::Values(Format{"Ascii", PatternKind::kText, false},
+                                         Format{"Hex", PatternKind::kBinary, true},
+                                         Format{"AsciiTokens", PatternKind::kBinary, false}),
+                         [](const auto& test) { return test.param.name; });
+
+struct Failure {
+  const char* name;
+  std::uint64_t queue_bytes;
+  std::uint64_t file_bytes;  // more than this the system does not write
+  std::string reason;
+  std::string status;
+};
+
+// What cannot be recorded is told, and what is recorded is right as far as it goes.
+TEST(FailedRecording, SaysThatItIsIncompleteAndWhy) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  ::getrlimit(RLIMIT_FSIZE, &before);
+  const Failure failures[] = {
+      {"disk", 8u << 20, 500'000, "writer_failure",
+       "Recording incomplete: Cannot write recording file (errno 27)."},
+      {"queue", 1000, before.rlim_cur, "queue_overflow",
+       "Recording incomplete: Recording buffer full. Recording stopped."},
+  };
+  for (const Failure& failure : failures) {
+    SCOPED_TRACE(failure.name);
+    RecordingConfig config = small_parts();
+    config.queue_capacity_bytes = failure.queue_bytes;
+    Program program(PatternKind::kText, 1'000'000, false, config);  // less than the display can hold
+    const rlimit limit{failure.file_bytes, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const bool ended = QTest::qWaitFor([&] { return !program.records(); }, 60'000);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(program.status(), failure.status);
+    EXPECT_EQ(program.caption(ControlId::connect), "Connected");
+    device::PatternVerifier verifier(program.kind(), device::PatternVerifier::Start::kAtRecordZero);
+    const recover::Recovery found = program.recover(verifier);
+    EXPECT_FALSE(verifier.fault()) << device::describe(*verifier.fault());
+    EXPECT_EQ(found.metadata.integrity, "incomplete");
+    EXPECT_EQ(found.metadata.stop_reason, failure.reason);
+    EXPECT_TRUE(found.metadata.finalized);
+    EXPECT_EQ(found.metadata.log_written_bytes, found.text_bytes);
+  }
+}
+
+}  // namespace
+}  // namespace hvt
