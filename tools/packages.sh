@@ -6,9 +6,9 @@
 #   tools/packages.sh fuzz    that of run, and clang with its fuzzer
 set -euo pipefail
 
-run=(g++ cmake ninja-build qt6-base-dev qt6-qpa-plugins libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
+run=(g++ cmake ninja-build libcurl4-openssl-dev qt6-base-dev qt6-qpa-plugins libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
 demo=(xvfb xauth xdotool imagemagick x11-utils)
-tests=(googletest python3 g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 clang-format)
+tests=(googletest python3 openssl g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 clang-format)
 
 case "${1:?run, test, bench or fuzz}" in
   run) wanted=("${run[@]}" "${demo[@]}") ;;
