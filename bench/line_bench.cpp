@@ -149,6 +149,7 @@ void ResponseTimeError(benchmark::State& state) {
     test::DeviceProcess device({"--on", "PING", std::to_string(state.range(0)), "PONG", "--log", log});
     const std::string ready = device.line("ready");
     Program program(ready.substr(ready.rfind(' ') + 1));
+    device.line("opened");  // until it has noticed that, the device looks for requests every 5 ms only
     for (auto _ : state) {
       program.app.command(ControlId::clear);
       program.app.command(send_button(0));
