@@ -15,6 +15,9 @@ struct Rgb {
 
 enum class Appearance { light, dark };
 
+// Behind the receive view's text in the dark appearance; in the light one it is the system's window colour.
+inline constexpr Rgb kDarkSurface{30, 30, 30};
+
 // The receive view's colour of a role. The light header colour is the system's gray text, so the caller
 // passes it in. A role outside the table gives the normal colour.
 Rgb role_color(ColorRole role, Appearance appearance, Rgb system_gray_text);

@@ -193,6 +193,9 @@ void ReceiveViewWidget::changeEvent(QEvent* event) {
 
 void ReceiveViewWidget::set_appearance(Appearance appearance) {
   appearance_ = appearance;
+  QPalette surface;  // light: the window's own
+  if (appearance == Appearance::dark) surface.setColor(QPalette::Base, to_qcolor(kDarkSurface));
+  viewport()->setPalette(surface);
   for (std::size_t role = 0; role < kColorRoleCount; ++role) {
     colors_[role] = to_qcolor(role_color(static_cast<ColorRole>(role), appearance, gray_text(palette())));
   }

@@ -23,14 +23,13 @@ namespace {
 
 constexpr int kTwipsPerPoint = 20;
 constexpr int kLeftMargin = 4;  // logical pixels
-constexpr Rgb kDarkBackground{30, 30, 30};
 
 RoleColors system_role_colors(Appearance appearance) {
   return role_colors(appearance, rgb(GetSysColor(COLOR_GRAYTEXT)));
 }
 
 COLORREF background(Appearance appearance) {
-  return appearance == Appearance::light ? GetSysColor(COLOR_WINDOW) : color_ref(kDarkBackground);
+  return appearance == Appearance::light ? GetSysColor(COLOR_WINDOW) : color_ref(kDarkSurface);
 }
 
 // A group of changes that also ends when an exception leaves it.
