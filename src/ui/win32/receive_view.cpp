@@ -142,7 +142,10 @@ void RichEditView::clear() {
   if (updating) before_ = ViewAnchor{edit_};
 }
 
+// The keyboard comes along: the button that was pressed is disabled next, and Clear stands behind it.
 void RichEditView::go_to_tail() {
+  const HWND focus = GetFocus();
+  if (focus != nullptr && GetParent(focus) == GetParent(edit_.window())) SetFocus(edit_.window());
   const LONG end = edit_.length();
   edit_.select(end, end);
   edit_.send(EM_SCROLLCARET);

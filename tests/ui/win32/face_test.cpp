@@ -461,5 +461,16 @@ TEST(Win32Face, TheWindowRefusesToBeDraggedSmallerThanItsMinimum) {
   EXPECT_EQ(rect.bottom, face.events.minimum.height + frame.height);
 }
 
+// The follow button is disabled as soon as it is pressed, and the next control is Clear.
+TEST(Win32Face, FollowingTakesTheKeyboardToTheView) {
+  Face face;
+  face.apply_plain_states();
+  face.window.show();
+  SetFocus(face.native(ControlId::follow));
+  ASSERT_EQ(GetFocus(), face.native(ControlId::follow));
+  face.window.receive_view().go_to_tail();
+  EXPECT_EQ(GetFocus(), face.native(ControlId::receive_view));
+}
+
 }  // namespace
 }  // namespace hvt::test
