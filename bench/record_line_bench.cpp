@@ -25,6 +25,7 @@
 #include "app/app.h"
 #include "base/posix/unique_fd.h"
 #include "bench/application.h"
+#include "bench/disk_folder.h"
 #include "tests/support/device_process.h"
 #include "tests/support/pty.h"
 #include "tools/recover/session_metadata.h"
@@ -36,31 +37,8 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// On the disk that the build is on: the temporary folder may be memory.
-class DiskFolder {
- public:
-  DiskFolder() {
-    std::string name = (std::filesystem::current_path() / "record-bench-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder to be had");
-    path_ = name;
-  }
-  DiskFolder(const DiskFolder&) = delete;
-  DiskFolder& operator=(const DiskFolder&) = delete;
-  ~DiskFolder() { std::filesystem::remove_all(path_); }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
+using bench::cpu_seconds;
+using bench::DiskFolder;
 
 // Of this process, in kilobytes: "VmRSS:", or "VmHWM:" since reset_peak().
 double memory(const std::string& which) {

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "bench/disk_folder.h"
 #include "display/formatter.h"
 #include "recording/recording_writer.h"
 #include "recording/utf8_block.h"
@@ -29,31 +30,8 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kPieceBytes = 4096;  // received bytes formatted and recorded at once
 
-// On the disk that the build is on: the temporary folder may be memory.
-class Folder {
- public:
-  Folder() {
-    std::string name = (std::filesystem::current_path() / "recording-bench-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder to be had");
-    path_ = name;
-  }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  ~Folder() { std::filesystem::remove_all(path_); }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
+using bench::cpu_seconds;
+using bench::DiskFolder;
 
 struct Cost {
   double seconds = 0;
@@ -139,7 +117,7 @@ void record_formatted(benchmark::State& state, const Bytes& received, const Disp
     sum.cpu += cost.cpu;
   };
   for (auto _ : state) {
-    const Folder folder;
+    const DiskFolder folder;
     add(plain, cost_of([&] { write_plainly(folder.path(), block, count); }));
     add(ours, cost_of([&] {
           record(folder.path(), [&](auto enqueue) {
@@ -172,7 +150,7 @@ void RecordBlocks(benchmark::State& state) {
   Cost ours;
   Cost plain;
   for (auto _ : state) {
-    const Folder folder;
+    const DiskFolder folder;
     plain = cost_of([&] { write_plainly(folder.path(), block, count); });
     ours = cost_of([&] {
       record(folder.path(), [&](auto enqueue) {

@@ -184,4 +184,8 @@ std::wstring ascii_upper(std::wstring_view text) {
   return upper;
 }
 
+std::wstring message_of(const std::exception& error) {
+  return utf8_to_utf16_lossy(error.what());
+}
+
 }  // namespace hvt

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -58,5 +59,8 @@ constexpr std::uint32_t surrogate_pair(std::uint32_t high, std::uint32_t low) {
 
 // Upper case of the 26 ASCII letters; everything else unchanged, whatever the locale.
 std::wstring ascii_upper(std::wstring_view text);
+
+// What an exception says, as text for a person.
+std::wstring message_of(const std::exception& error);
 
 }  // namespace hvt

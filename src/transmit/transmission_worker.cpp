@@ -25,7 +25,7 @@ void RepeatEngine::Worker::run(std::wstring_view failure_text, Loop&& loop) {
     failed = disconnect = !loop(error);
   } catch (const std::exception& exception) {
     failed = true;
-    error = utf8_to_utf16_lossy(exception.what());
+    error = message_of(exception);
   } catch (...) {
     failed = true;
     error.clear();

@@ -6,6 +6,9 @@
 
 namespace hvt {
 
+// The same in every language.
+inline constexpr std::wstring_view kProductName = L"HalvetricSerialTest";
+
 enum class Language { english, korean };
 
 // Every text that a person can see exists once, as an English/Korean pair (texts.cpp).

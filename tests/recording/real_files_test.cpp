@@ -12,7 +12,7 @@
 #include "base/text.h"
 #include "recording/recording_writer.h"
 #include "tests/support/error_of.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/folder.h"
 #include "tests/support/time_limit.h"
 #include "tools/recover/session_metadata.h"
 
@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::error_of;
-using test::TempFolder;
+using test::Folder;
 using test::TimeLimit;
 
 std::string content(const fs::path& path) {
@@ -47,7 +47,7 @@ void wait_until_written(const RecordingWriter& writer, std::uint64_t bytes) {
 }
 
 TEST(RecordingFiles, OthersReadAGrowingRecording) {
-  const TempFolder folder;
+  const Folder folder;
   RecordingConfig config = config_in(folder.path());
   config.flush_interval_ms = 3'600'000;  // nobody waits for a flush
   RecordingWriter writer(config);
@@ -63,7 +63,7 @@ TEST(RecordingFiles, OthersReadAGrowingRecording) {
 }
 
 TEST(RecordingFiles, LieInAFolderThatIsMadeForThem) {
-  const TempFolder folder;
+  const Folder folder;
   const fs::path deep = folder.path() / "a" / to_path(L"\xD55C\xAE00 b") / "c";
   RecordingConfig config = config_in(deep);
   config.filename = L"\xD55C\xAE00";
@@ -78,7 +78,7 @@ TEST(RecordingFiles, LieInAFolderThatIsMadeForThem) {
 }
 
 TEST(RecordingFiles, AreNeverOverwritten) {
-  const TempFolder folder;
+  const Folder folder;
   put(folder.path() / "run.meta.json", "old");
   put(folder.path() / "run_01_part002.log", "old part");
   put(folder.path() / "run_01.meta.json.pending", "left over");
@@ -101,7 +101,7 @@ TEST(RecordingFiles, AreNeverOverwritten) {
 }
 
 TEST(RecordingFiles, CannotLieInAFile) {
-  const TempFolder folder;
+  const Folder folder;
   put(folder.path() / "file", "");
   const std::string error =
       error_of([&] { RecordingWriter writer(config_in(folder.path() / "file" / "sub")); });

@@ -18,7 +18,7 @@
 #include "display/formatter.h"
 #include "recording/recording_writer.h"
 #include "tests/support/error_of.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/folder.h"
 #include "tools/recover/json_values.h"
 #include "tools/recover/recovery.h"
 
@@ -93,7 +93,7 @@ class Session {
     batch_.clear();
   }
 
-  const test::TempFolder folder_;
+  const test::Folder folder_;
   const DisplayOptions options_;
   DisplayLineState line_;
   DisplayBatch batch_;
@@ -291,7 +291,7 @@ TEST(Recover, RefusesMetadataThatIsNone) {
       {"{\"schema_version\": 1}", "Not the metadata of a recording: \"finalized\""},
       {"{\"schema_version\": -1}", "Not the metadata of a recording: \"schema_version\""},
   };
-  const test::TempFolder folder;
+  const test::Folder folder;
   const fs::path path = folder.path() / "x.meta.json";
   for (const Case& c : cases) {
     put(path, c.text);
@@ -306,21 +306,23 @@ TEST(Recover, TheToolWritesTheBytesAndTellsTheVerdictByItsExitStatus) {
   session.end();
   const std::string raw = (session.folder() / "raw").string();
   const std::string out = (session.folder() / "out").string();
+  const auto quoted = [](const fs::path& path) { return std::string("'").append(path.string()).append("'"); };
   const auto run = [&](const std::string& arguments) {
-    const int status = std::system((HVT_RECOVER " " + arguments + " >" + out + " 2>/dev/null").c_str());
+    const int status =
+        std::system((HVT_RECOVER " " + arguments + " >" + quoted(out) + " 2>/dev/null").c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   };
   const std::string expected(session.received().begin(), session.received().end());
-  EXPECT_EQ(run(session.metadata().string()), 0);
+  EXPECT_EQ(run(quoted(session.metadata())), 0);
   EXPECT_THAT(content(out), HasSubstr("verdict  whole\n"));
-  EXPECT_EQ(run(session.metadata().string() + " " + raw), 0);
+  EXPECT_EQ(run(quoted(session.metadata()) + " " + quoted(raw)), 0);
   EXPECT_EQ(content(raw), expected);
-  EXPECT_EQ(run(session.metadata().string() + " -"), 0);
+  EXPECT_EQ(run(quoted(session.metadata()) + " -"), 0);
   EXPECT_EQ(content(out), expected);
   fs::resize_file(session.part(1), 3);
-  EXPECT_EQ(run(session.metadata().string()), 1);
+  EXPECT_EQ(run(quoted(session.metadata())), 1);
   EXPECT_THAT(content(out), HasSubstr("verdict  NOT WHOLE\n"));
-  EXPECT_EQ(run(session.part(1).string()), 2);
+  EXPECT_EQ(run(quoted(session.part(1))), 2);
   EXPECT_EQ(run(""), 2);
 }
 

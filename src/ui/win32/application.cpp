@@ -42,7 +42,7 @@ int run_message_loop(MainWindow& window) {
 }
 
 void show_fatal_error(const std::exception& error) {
-  const std::wstring text = utf8_to_utf16_lossy(error.what());
+  const std::wstring text = message_of(error);
   MessageBoxW(nullptr, text.c_str(), L"HalvetricSerialTest", MB_OK | MB_ICONERROR);
 }
 

@@ -52,8 +52,11 @@ class Receiver {
     if (verifier_.fault()) ADD_FAILURE() << device::describe(*verifier_.fault());
     return !verifier_.fault() && verifier_.whole_records() == count;
   }
+  // Leaves the port free for the next one.
   bool wait_until_lost() {
-    return wait([&] { return lost_; });
+    const bool lost = wait([&] { return lost_; });
+    port_.disconnect();
+    return lost;
   }
   std::uint64_t bytes() { return verifier_.bytes(); }
 

@@ -19,7 +19,7 @@
 #include "recording/names.h"
 #include "recording/recording_writer.h"
 #include "tests/recording/posix/victim.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/folder.h"
 #include "tests/support/time_limit.h"
 #include "tools/recover/recovery.h"
 #include "tools/recover/session_metadata.h"
@@ -30,7 +30,7 @@ namespace hvt {
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempFolder;
+using test::Folder;
 using test::TimeLimit;
 
 std::string content(const fs::path& path) {
@@ -83,7 +83,7 @@ TEST(RecordingFiles, AKilledRecordingHoldsWhatWasFlushedAndClaimsNoMore) {
   std::uint64_t most_parts = 0;
   for (int round = 0; round < 15; ++round) {
     SCOPED_TRACE(round);
-    const TempFolder folder;
+    const Folder folder;
     Victim victim(folder.path());
     std::uint64_t flushed = 0;
     for (auto left = round == 0 ? 0 : random() % 200; left > 0; --left)
@@ -153,7 +153,7 @@ void wait_for_end(const RecordingWriter& writer) {
 }
 
 TEST(RecordingFiles, AShortWriteIsCountedAndEndsTheRecording) {
-  const TempFolder folder;
+  const Folder folder;
   const FileSizeLimit limit(100'000);
   RecordingWriter writer(config_in(folder.path()));
   EXPECT_TRUE(writer.enqueue(std::string(250'000, 'x'), 250'000));
@@ -168,7 +168,7 @@ TEST(RecordingFiles, AShortWriteIsCountedAndEndsTheRecording) {
 }
 
 TEST(RecordingFiles, ARemovedFolderEndsTheRecordingInsteadOfWritingIntoNothing) {
-  const TempFolder folder;
+  const Folder folder;
   RecordingConfig config = config_in(folder.path() / "recording");
   config.flush_interval_ms = 1;
   RecordingWriter writer(config);

@@ -10,7 +10,7 @@
 #include "recording/metadata_file.h"
 #include "recording/recording_writer.h"
 #include "tests/support/error_of.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/folder.h"
 #include "tests/support/time_limit.h"
 
 namespace hvt {
@@ -52,7 +52,7 @@ class Files final : public RecordingFiles {
 
 TEST(RecordingFiles, AReaderHoldsTheMetadataForAWhileOrTooLong) {
   for (const bool lets_go : {true, false}) {
-    const test::TempFolder folder;
+    const test::Folder folder;
     UniqueHandle reader;
     Files files(reader, lets_go ? 7 : 1000);
     MetadataFile metadata(files, folder.path() / "run.meta.json");
@@ -68,7 +68,7 @@ TEST(RecordingFiles, AReaderHoldsTheMetadataForAWhileOrTooLong) {
 }
 
 TEST(RecordingFiles, AReaderOfTheMetadataDoesNotEndTheRecording) {
-  const test::TempFolder folder;
+  const test::Folder folder;
   RecordingConfig config;
   config.directory = folder.path();
   config.filename = L"run";
