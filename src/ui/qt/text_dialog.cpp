@@ -3,7 +3,6 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QStyle>
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QTextFrame>
@@ -23,6 +22,7 @@ constexpr int kMinimumHeight = 180;
 constexpr int kMostHeight = 560;
 constexpr int kTextMargin = 12;
 constexpr int kButtonMargin = 10;
+constexpr int kButtonGap = 8;
 constexpr int kButtonWidth = 96;
 constexpr qreal kHeadingScale = 1.15;
 
@@ -110,9 +110,11 @@ TextDialog::TextDialog(QWidget* parent, std::function<void()> link_pressed)
   connect(close_, &QPushButton::clicked, this, &QDialog::reject);
   close_->setDefault(true);
   close_->setMinimumWidth(kButtonWidth);
+  take_colors();
 
   auto* const buttons = new QHBoxLayout;
   buttons->setContentsMargins(kButtonMargin, kButtonMargin, kButtonMargin, kButtonMargin);
+  buttons->setSpacing(kButtonGap);
   buttons->addStretch();
   buttons->addWidget(link_);
   buttons->addWidget(close_);
@@ -150,15 +152,23 @@ void TextDialog::write_text() {
 
 // A short text gets a small window.
 void TextDialog::fit_height() {
-  text_->document()->setTextWidth(kWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
-  const int below = close_->sizeHint().height() + 2 * kButtonMargin;
-  const int wanted = static_cast<int>(text_->document()->size().height()) + below + kTextMargin;
+  resize(kWidth, kMostHeight);
+  layout()->activate();  // the text wraps at its width from here on
+  const int without_text = height() - text_->height();
+  const int wanted = without_text + static_cast<int>(text_->document()->size().height());
   resize(kWidth, std::clamp(wanted, kMinimumHeight, kMostHeight));
+}
+
+void TextDialog::take_colors() {
+  QPalette colors;
+  colors.setColor(QPalette::Base, look::colors().page);
+  text_->setPalette(colors);
 }
 
 // The surfaces of the document are not taken from the palette.
 void TextDialog::changeEvent(QEvent* event) {
   QDialog::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange) take_colors();
   if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) write_text();
 }
 
