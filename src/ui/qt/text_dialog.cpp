@@ -3,11 +3,13 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QTextFrame>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "ui/qt/look.h"
@@ -18,7 +20,7 @@ namespace {
 
 constexpr int kWidth = 600;
 constexpr int kMinimumWidth = 320;
-constexpr int kMinimumHeight = 180;
+constexpr int kMinimumHeight = 140;
 constexpr int kMostHeight = 560;
 constexpr int kTextMargin = 12;
 constexpr int kButtonMargin = 10;
@@ -150,13 +152,12 @@ void TextDialog::write_text() {
   text_->verticalScrollBar()->setValue(scrolled);
 }
 
-// A short text gets a small window.
+// A short text gets a small window. It is measured in a copy: the edit lays out its own text when it is shown.
 void TextDialog::fit_height() {
-  resize(kWidth, kMostHeight);
-  layout()->activate();  // the text wraps at its width from here on
-  const int without_text = height() - text_->height();
-  const int wanted = without_text + static_cast<int>(text_->document()->size().height());
-  resize(kWidth, std::clamp(wanted, kMinimumHeight, kMostHeight));
+  const std::unique_ptr<QTextDocument> copy(text_->document()->clone());
+  copy->setTextWidth(kWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+  const int below = close_->sizeHint().height() + 2 * kButtonMargin;
+  resize(kWidth, std::clamp(static_cast<int>(copy->size().height()) + below, kMinimumHeight, kMostHeight));
 }
 
 void TextDialog::take_colors() {
