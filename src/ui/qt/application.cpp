@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "ui/qt/accessible_controls.h"
 #include "ui/qt/look.h"
 
 namespace hvt {
@@ -22,6 +23,7 @@ bool desktop_is_dark() {
 Application::Application(int& argument_count, char** arguments)
     : QApplication(argument_count, arguments), desktop_(desktop_is_dark()) {
   look::prepare_application(*this);
+  install_accessible_controls();
   desktop_.ask_session();
 }
 

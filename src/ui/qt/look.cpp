@@ -3,6 +3,7 @@
 #include <QFontDatabase>
 #include <QIcon>
 #include <QToolTip>
+#include <QWindow>
 
 #include "ui/qt/theme_style.h"
 
@@ -43,6 +44,9 @@ void set_colors(const Colors& colors) {
   const QPalette palette = to_qpalette(colors);
   QApplication::setPalette(palette);
   QToolTip::setPalette(palette);
+  // The toolkit would tell the windows later: until then a paint would mix old and new colours.
+  for (QWindow* const window : QGuiApplication::allWindows())
+    QCoreApplication::sendPostedEvents(window, QEvent::ApplicationPaletteChange);
 }
 
 const Colors& colors() {

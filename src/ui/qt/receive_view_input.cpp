@@ -1,5 +1,6 @@
 // Scrolling, moving the caret, selecting and copying in the receive view, by mouse and keyboard.
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -76,6 +77,20 @@ void ReceiveViewWidget::set_selection(Position anchor, Position caret) {
   anchor_ = anchor;
   caret_ = caret;
   viewport()->update();
+  if (!QAccessible::isActive()) return;
+  const auto offset = [this](Position position) { return static_cast<int>(position - document_.first()); };
+  const Range range = selection();
+  QAccessibleTextSelectionEvent event(this, offset(range.begin), offset(range.end));
+  event.setCursorPosition(offset(std::clamp(caret, document_.first(), document_.end())));
+  QAccessible::updateAccessibility(&event);
+}
+
+// What a press or a key does, told by position.
+void ReceiveViewWidget::go_to(Position anchor, Position caret) {
+  const Row top = top_row_;
+  set_selection(anchor, caret);
+  bring_into_view(caret);
+  went(top);
 }
 
 void ReceiveViewWidget::select_all() {
@@ -235,9 +250,7 @@ void ReceiveViewWidget::keyPressEvent(QKeyEvent* event) {
   const std::optional<Position> caret = caret_after(*event);
   event->setAccepted(caret.has_value());
   if (!caret) return;
-  set_selection(event->modifiers().testFlag(Qt::ShiftModifier) ? anchor_ : *caret, *caret);
-  bring_into_view(*caret);
-  went(top);
+  go_to(event->modifiers().testFlag(Qt::ShiftModifier) ? anchor_ : *caret, *caret);
 }
 
 // The caret stays where it is.

@@ -249,14 +249,20 @@ void ReceiveViewWidget::draw_row(CellPainter& painter, Row row, int line) const 
   draw({inside.end, range.end}, cell, false);
 }
 
+// Nothing for what is out of sight.
+QRect ReceiveViewWidget::rect_of(Position position) const {
+  const Row row = document_.row_of(position);
+  if (row < top_row_ || row - top_row_ > visible_rows()) return {};
+  const auto left = static_cast<int>(grid_.left(cell_of(position)));
+  const int top = grid_.top(static_cast<int>(row - top_row_));
+  return {left, top, static_cast<int>(grid_.cell_width()), grid_.row_height()};
+}
+
 // It does not blink: a view that paints itself twice a second for nothing would be felt on battery.
 void ReceiveViewWidget::draw_caret(QPainter& painter) const {
-  const Position caret = std::clamp(caret_, document_.first(), document_.end());
-  const Row row = document_.row_of(caret);
-  if (row < top_row_ || row - top_row_ > visible_rows()) return;
-  const int line = static_cast<int>(row - top_row_);
-  const double left = std::min(grid_.left(cell_of(caret)), static_cast<double>(viewport()->width() - 1));
-  painter.fillRect(QRect(static_cast<int>(left), grid_.top(line), 1, grid_.row_height()),
+  const QRect cell = rect_of(std::clamp(caret_, document_.first(), document_.end()));
+  if (cell.isNull()) return;
+  painter.fillRect(QRect(std::min(cell.left(), viewport()->width() - 1), cell.top(), 1, cell.height()),
                    colors_[static_cast<std::size_t>(ColorRole::normal)]);
 }
 

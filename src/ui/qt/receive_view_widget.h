@@ -73,6 +73,8 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
   void timerEvent(QTimerEvent* event) override;
 
  private:
+  friend class AccessibleReceiveView;  // looks and moves as a person does
+
   using Position = ReceiveDocument::Position;
   using Row = ReceiveDocument::Row;
   using Range = ReceiveDocument::Range;
@@ -97,9 +99,11 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
 
   void draw_row(CellPainter& painter, Row row, int line) const;
   void draw_caret(QPainter& painter) const;
+  QRect rect_of(Position position) const;
 
   Range selection() const;
   void set_selection(Position anchor, Position caret);
+  void go_to(Position anchor, Position caret);
   void begin_selection(QPoint point, SelectBy by);
   void extend_selection(QPoint point);
   Range unit_around(QPoint point) const;

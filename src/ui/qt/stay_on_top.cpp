@@ -50,9 +50,9 @@ void set_stays_on_top(QWidget& window, bool on_top) {
   QWindow* const native = window.windowHandle();
   if (native == nullptr) return;
   native->setFlags(flags);
+  if (QGuiApplication::platformName() != QLatin1StringView("xcb") || !native->isVisible()) return;
   const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (x11 != nullptr && native->isVisible())
-    ask_window_manager(x11->connection(), static_cast<xcb_window_t>(window.winId()), on_top);
+  ask_window_manager(x11->connection(), static_cast<xcb_window_t>(window.winId()), on_top);
 }
 
 }  // namespace hvt

@@ -1,10 +1,6 @@
 // The risks of a face: a control of the table that is missing or of the wrong kind, an event that the program
 // caused itself, a user's action that is lost or told twice, a message or timer that outlives the window.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
@@ -12,14 +8,10 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTest>
-#include <functional>
-#include <string>
 #include <thread>
-#include <vector>
 
+#include "tests/ui/qt/face_rig.h"
 #include "transmit/packet_text.h"
-#include "ui/qt/main_window.h"
 #include "ui/qt/qt_text.h"
 
 namespace hvt {
@@ -27,115 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-// Writes down what the window reports, and lays it out as the controller would.
-class Recorder : public WindowEvents {
- public:
-  void command(ControlId id) override { note("command", id); }
-  void chosen(ControlId id) override { note("chosen", id); }
-  void edited(ControlId id) override { note("edited", id); }
-  void resized(Size client) override { last_size = client; }
-  void metrics_changed() override { log.emplace_back("metrics"); }
-  void closing() override { log.emplace_back("closing"); }
-  Size minimum_client_size(int) override { return least; }
-  void message(unsigned number, std::uintptr_t first, std::intptr_t) override {
-    if (on_message) on_message(number, first);
-  }
-
-  std::vector<std::string> take() { return std::exchange(log, {}); }
-
-  std::vector<std::string> log;
-  std::function<void(unsigned, std::uintptr_t)> on_message;
-  Size last_size;
-  Size least{600, 300};
-
- private:
-  void note(const char* what, ControlId id) {
-    log.push_back(std::string(what) + ' ' + std::string(control(id).name));
-  }
-};
-
-class Face : public testing::Test {
- protected:
-  Face() {
-    Facts facts;
-    facts.has_ports = facts.transmit_expanded = true;
-    facts.link = LinkState::disconnected;
-    states_ = rules(facts);
-    apply_all();
-    const std::vector<std::wstring> entries{L"one", L"two", L"three"};
-    for (const ControlRow& row : kControls) {
-      if (row.kind == ControlKind::choice) window_.set_choices(row.id, entries, 0, L"");
-    }
-    window_.place(layout(window_.measure(), {800, 800}, {.transmit_expanded = true}));
-    window_.set_client_size({800, 800});
-    window_.show();
-    recorder_.take();
-  }
-
-  void apply_all() {
-    std::vector<ControlChange> changes;
-    for (const ControlRow& row : kControls)
-      changes.push_back({row.id, states_[index_of(row.id)]});
-    window_.apply(changes);
-  }
-
-  template <typename Widget = QWidget>
-  Widget* find(ControlId id) const {
-    const std::string name(control(id).name);
-    return window_.findChild<Widget*>(QString::fromStdString(name));
-  }
-
-  Recorder recorder_;
-  QtMainWindow window_{recorder_};
-  ControlStates states_;
-};
-
-TEST_F(Face, has_every_control_of_the_table_in_its_kind) {
-  for (const ControlRow& row : kControls) {
-    SCOPED_TRACE(std::string(row.name));
-    bool found = false;
-    switch (row.kind) {
-      case ControlKind::label:
-      case ControlKind::title:
-      case ControlKind::counter:
-      case ControlKind::status: found = find<QLabel>(row.id) != nullptr; break;
-      case ControlKind::button: found = find<QPushButton>(row.id) != nullptr; break;
-      case ControlKind::check: found = find<QCheckBox>(row.id) != nullptr; break;
-      case ControlKind::radio: found = find<QRadioButton>(row.id) != nullptr; break;
-      case ControlKind::choice:
-        found = find<QComboBox>(row.id) && !find<QComboBox>(row.id)->isEditable();
-        break;
-      case ControlKind::packet_edit:
-        found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxPacketCharacters};
-        break;
-      case ControlKind::number_edit:
-        found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxNumberCharacters};
-        break;
-      case ControlKind::name_edit:
-        found = find<QLineEdit>(row.id) && find<QLineEdit>(row.id)->maxLength() == int{kMaxNameCharacters};
-        break;
-      case ControlKind::receive_view: found = find<ReceiveViewWidget>(row.id) != nullptr; break;
-    }
-    EXPECT_TRUE(found);
-  }
-}
-
-TEST_F(Face, is_walked_by_the_tab_key_in_table_order) {
-  std::vector<std::string> walked;
-  for (QWidget* widget = window_.nextInFocusChain(); widget != &window_;
-       widget = widget->nextInFocusChain()) {
-    const bool stop = widget->parentWidget() == &window_ && (widget->focusPolicy() & Qt::TabFocus);
-    if (stop) walked.push_back(widget->objectName().toStdString());
-  }
-  std::vector<std::string> expected;
-  for (const ControlRow& row : kControls) {
-    const bool text =
-        row.kind == ControlKind::label || row.kind == ControlKind::title || row.kind == ControlKind::counter;
-    if (!text && row.kind != ControlKind::status) expected.emplace_back(row.name);
-  }
-  EXPECT_EQ(walked, expected);
-}
 
 TEST_F(Face, shows_captions_states_and_measures_them) {
   window_.apply(std::vector<ControlChange>{{ControlId::clear, {.enabled = false, .caption = L"Wide & wider"}},
@@ -177,8 +60,7 @@ TEST_F(Face, raises_one_event_for_each_thing_a_person_does) {
     const char* event;
     std::function<void()> act;
   };
-  window_.activateWindow();
-  ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
+  activate();
   const auto click = [this](ControlId id) {
     return [this, id] { QTest::mouseClick(find(id), Qt::LeftButton, {}, {10, 10}); };
   };
