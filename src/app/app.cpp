@@ -13,14 +13,12 @@ constexpr unsigned kDisplayTimerMilliseconds = DisplayPump::kTick.count();
 
 }  // namespace
 
-App::App(std::filesystem::path data_folder, TransportFactory factory, PortSource port_source,
-         RecordingConfig recording)
+App::App(std::filesystem::path data_folder, AppServices services)
     : data_folder_(std::move(data_folder)),
-      port_source_(std::move(port_source)),
-      recording_(std::move(recording)),
+      services_(std::move(services)),
       inbox_([this] { wake_display(); }),
       recorder_([this] { post_to_ui([this] { recording_ended(); }); }),
-      serial_(std::move(factory), serial_callbacks()),
+      serial_(services_.factory, serial_callbacks()),
       engine_(waits_, engine_link()) {}
 
 App::~App() {
@@ -28,16 +26,20 @@ App::~App() {
   detach();
 }
 
-void App::attach(MainWindow& window) {
+void App::attach(MainWindow& window, const StartupMark& mark) {
   window_ = &window;
   post_target_ = &window;
   pump_ = std::make_unique<DisplayPump>(inbox_, window.receive_view());
   window.receive_view().on_navigated([this] { pause_display(); });
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
-  const bool has_saved_size = load_settings();
+  const bool has_saved_size = load_settings(mark);
+  mark("settings applied");
   window.receive_view().set_language(facts_.language);
-  ports_.start(port_source_(), settings_.port_name);
+  update_controls();
+  mark("language applied");
+  ports_.start(services_.port_source(), settings_.port_name);
   show_ports();
+  mark("ports enumerated");
   update_controls();
   show_status(words(TextId::status_ready));
   metrics_changed();
@@ -178,6 +180,20 @@ void App::show_status(std::wstring_view text) {
 
 void App::show_error(std::wstring_view english) {
   window_->set_status(localized_message(english, facts_.language), StatusTone::error);
+}
+
+void App::report_error(std::wstring_view english) {
+  log_error(english);
+  show_error(english);
+}
+
+void App::report_error(const std::function<std::wstring(Language)>& text) {
+  log_error(text(Language::english));
+  window_->set_status(text(facts_.language), StatusTone::error);
+}
+
+void App::log_error(std::wstring_view english) {
+  if (services_.log_error) services_.log_error(english);
 }
 
 }  // namespace hvt

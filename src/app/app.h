@@ -17,11 +17,21 @@
 #include "app/settings_binding.h"
 #include "app/task_queue.h"
 #include "base/guarded.h"
+#include "base/startup_mark.h"
 #include "serial/serial_port.h"
 #include "transmit/repeat_engine.h"
 #include "ui/main_window.h"
 
 namespace hvt {
+
+// What the controller is given; as it stands, it serves this system's serial ports and keeps no log.
+struct AppServices {
+  TransportFactory factory = {};  // empty: opens this system's ports
+  PortSource port_source = list_system_ports;
+  RecordingConfig recording = {};  // the limits of recordings; the rest is filled in at each start
+  // Gets each serial or file error that is shown, in English. May be empty.
+  std::function<void(std::wstring_view)> log_error = {};
+};
 
 // The controller of the one window: turns what a person does into calls on the connection and the display,
 // and brings what worker threads produce back to the interface thread.
@@ -35,15 +45,13 @@ namespace hvt {
 //           taken away before with detach().
 class App final : public WindowEvents {
  public:
-  // Settings and what else is kept stand below `data_folder`. An empty factory opens this system's serial
-  // ports. `recording` holds the limits of recordings; the rest of it is filled in at each start.
-  explicit App(std::filesystem::path data_folder, TransportFactory factory = {},
-               PortSource port_source = list_system_ports, RecordingConfig recording = {});
+  // Settings and what else is kept stand below `data_folder`.
+  explicit App(std::filesystem::path data_folder, AppServices services = {});
   ~App() override;
 
   // Loads the settings, fills the window's controls, gives it its place, shows it and starts the display
   // timer.
-  void attach(MainWindow& window);
+  void attach(MainWindow& window, const StartupMark& mark = ignore_mark);
   void detach();
 
   // Any thread: run the task on the interface thread.
@@ -93,7 +101,7 @@ class App final : public WindowEvents {
   void connect_ended(std::uint64_t attempt, bool connected, const std::wstring& message, int seconds);
   void connection_lost(std::uint64_t attempt, const std::wstring& message);
 
-  bool load_settings();
+  bool load_settings(const StartupMark& mark);
   void place_window(bool as_saved);
   void gather_settings();
   void save_settings();
@@ -126,11 +134,14 @@ class App final : public WindowEvents {
   void relayout();
   void show_status(std::wstring_view text);
   void show_error(std::wstring_view english);
+  // An error of the line or of a file, which goes to the log as well.
+  void report_error(std::wstring_view english);
+  void report_error(const std::function<std::wstring(Language)>& text);
+  void log_error(std::wstring_view english);
   std::wstring_view words(TextId id) const { return text(id, facts_.language); }
 
   const std::filesystem::path data_folder_;
-  const PortSource port_source_;
-  const RecordingConfig recording_;
+  const AppServices services_;
   MainWindow* window_ = nullptr;
   std::unique_ptr<DisplayPump> pump_;
   Facts facts_;
@@ -153,6 +164,8 @@ class App final : public WindowEvents {
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.
   std::atomic<std::uint64_t> attempt_{0};
   std::atomic<std::uint64_t> connected_attempt_{0};  // the latest connect()
+  std::uint32_t logged_line_errors_ = 0;             // of this connection; a noisy line would fill the disk
+  bool logged_query_failure_ = false;
   std::uint64_t lost_bytes_ = 0;
   std::wstring line_count_;             // as shown
   bool told_about_high_speed_ = false;  // once per run of the program

@@ -19,7 +19,7 @@ void App::start_or_stop_recording() {
 
 void App::start_recording() {
   if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
-  RecordingConfig config = recording_;
+  RecordingConfig config = services_.recording;
   config.directory = data_folder_ / "recording";
   config.receive_format = facts_.receive_hex ? ReceiveFormat::hex : ReceiveFormat::ascii;
   config.serial = line_;
@@ -29,7 +29,7 @@ void App::start_recording() {
   try {
     recorder_.start(config);
   } catch (const std::exception& error) {
-    return show_error(message_of(error));
+    return report_error(message_of(error));
   }
   pump_->set_sink(&recorder_);
   told_metadata_error_ = false;
@@ -61,16 +61,19 @@ void App::recording_ended() {
   facts_.record = RecordState::idle;
   update_controls();
   if (status.integrity == Integrity::incomplete) {
-    std::wstring why = localized_message(status.log_error, facts_.language);
-    if (!why.empty()) why.insert(0, L": ");
-    incomplete_ = std::wstring(words(TextId::recording_incomplete)) + why;
-    show_error(incomplete_);
+    const auto incomplete = [&](Language language) {
+      const std::wstring why = localized_message(status.log_error, language);
+      return std::wstring(text(TextId::recording_incomplete, language)) + (why.empty() ? L"" : L": " + why);
+    };
+    incomplete_ = incomplete(facts_.language);
+    report_error(incomplete);
   } else if (status.integrity == Integrity::suspect) {
-    const auto errors =
-        line_error_text(status.comm_error_mask, status.comm_error_observations, facts_.language);
-    show_error(std::wstring(words(TextId::recording_suspect)) + L": " + errors);
+    report_error([&](Language language) {
+      return std::wstring(text(TextId::recording_suspect, language)) + L": " +
+             line_error_text(status.comm_error_mask, status.comm_error_observations, language);
+    });
   } else if (!status.metadata_error.empty() && !told_metadata_error_) {
-    show_error(status.metadata_error);
+    report_error(status.metadata_error);
   } else if (facts_.link == LinkState::connected) {  // else the status says how the connection ended
     show_status(recording_saved_text(status.session_base, facts_.language));
   }
@@ -83,14 +86,14 @@ void App::show_recording_state() {
   const std::wstring error = recorder_.status().metadata_error;
   if (error.empty()) return;
   told_metadata_error_ = true;
-  show_error(error);
+  report_error(error);
 }
 
 void App::open_recordings() {
   const std::filesystem::path folder = data_folder_ / "recording";
   std::error_code failed;
   std::filesystem::create_directories(folder, failed);
-  if (failed || !window_->open_in_desktop(folder)) show_error(text(TextId::no_folder, Language::english));
+  if (failed || !window_->open_in_desktop(folder)) report_error(text(TextId::no_folder, Language::english));
 }
 
 void App::baud_chosen() {
@@ -102,13 +105,14 @@ void App::baud_chosen() {
 
 // True when the file holds a window size. A file that cannot be read counts as none; it stays as it is until
 // the next save.
-bool App::load_settings() {
+bool App::load_settings(const StartupMark& mark) {
   LoadedSettings loaded;
   try {
     loaded = hvt::load_settings(settings_path(data_folder_));
   } catch (const std::exception&) {
     loaded = {};
   }
+  mark("settings loaded");
   settings_ = loaded.settings;
   binding_.show(settings_, *window_, facts_);
   set_buffer_size();
@@ -142,6 +146,7 @@ void App::save_settings() {
   try {
     hvt::save_settings(settings_path(data_folder_), settings_);
   } catch (const std::exception& error) {
+    log_error(std::wstring(text(TextId::settings_not_saved, Language::english)) + L" " + message_of(error));
     window_->show_notice(kProductName,
                          std::wstring(words(TextId::settings_not_saved)) + L"\n" + message_of(error));
   }
@@ -167,7 +172,7 @@ void App::save_packets() {
     gather_settings();
     save_send_preset_file(*path, settings_.send_items);
   } catch (const std::exception& error) {
-    show_error(message_of(error));
+    report_error(message_of(error));
   }
 }
 
@@ -180,7 +185,7 @@ void App::load_packets() {
       window_->set_field_text(packet_field(row), items[row], 0);
     gather_settings();
   } catch (const std::exception& error) {
-    show_error(message_of(error));
+    report_error(message_of(error));
   }
 }
 

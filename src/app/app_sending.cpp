@@ -143,7 +143,7 @@ void App::run_failed(std::uint64_t attempt, const std::wstring& message, Connect
   if (attempt != attempt_ || facts_.link != LinkState::connected) return update_controls();
   if (connection == Connection::broken) disconnect();
   update_controls();
-  show_error(message);
+  report_error(message);
 }
 
 }  // namespace hvt

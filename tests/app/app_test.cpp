@@ -43,9 +43,9 @@ std::wstring masked(std::wstring text) {
 // The program on a window double, with one scripted device behind both ports.
 struct Program {
   explicit Program(TransportFactory factory = {}, PortSource ports = two_ports)
-      : app(
-            folder.path(), factory ? std::move(factory) : [this](const auto&, auto&) { return device; },
-            std::move(ports)),
+      : app(folder.path(),
+            {.factory = factory ? std::move(factory) : [this](const auto&, auto&) { return device; },
+             .port_source = std::move(ports)}),
         window(app) {
     app.attach(window);
   }

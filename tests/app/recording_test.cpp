@@ -31,12 +31,12 @@ std::string file_text(const std::filesystem::path& path) {
 // The program, connected, recording as "log".
 struct Program {
   explicit Program(const RecordingConfig& config = {})
-      : app(
-            folder.path(), [this](const auto&, auto&) { return device; },
-            [] {
-              return std::vector<PortDescription>{{L"COM8", L""}};
-            },
-            config),
+      : app(folder.path(), {.factory = [this](const auto&, auto&) { return device; },
+                            .port_source =
+                                [] {
+                                  return std::vector<PortDescription>{{L"COM8", L""}};
+                                },
+                            .recording = config}),
         window(app) {
     app.attach(window);
     app.command(ControlId::connect);

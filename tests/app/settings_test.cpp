@@ -29,7 +29,7 @@ struct Session {
                                 [] {
                                   return std::vector<PortDescription>{{L"COM8", L""}, {L"COM9", L"CP210x"}};
                                 })
-      : app(folder.path(), {}, std::move(ports)), window(app) {
+      : app(folder.path(), {.port_source = std::move(ports)}), window(app) {
     app.attach(window);
   }
   ~Session() {

@@ -54,12 +54,11 @@ class Program {
       : kind_(kind),
         device_(flood(kind, bytes)),
         port_(path_in(device_.line("ready"))),
-        app_(
-            folder_.path(), {},
-            [this] {
-              return std::vector<PortDescription>{{port_, L""}};
-            },
-            std::move(config)),
+        app_(folder_.path(), {.port_source =
+                                  [this] {
+                                    return std::vector<PortDescription>{{port_, L""}};
+                                  },
+                              .recording = std::move(config)}),
         window_(app_) {
     app_.attach(window_);
     click(ControlId::echo_sent);

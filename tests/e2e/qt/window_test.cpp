@@ -37,10 +37,11 @@ namespace {
 class Window : public testing::Test {
  protected:
   explicit Window(TransportFactory factory = {})
-      : app_(folder_.path(), std::move(factory),
-             [this] {
-               return std::vector<PortDescription>{{device_->port(), L""}};
-             }),
+      : app_(folder_.path(), {.factory = std::move(factory),
+                              .port_source =
+                                  [this] {
+                                    return std::vector<PortDescription>{{device_->port(), L""}};
+                                  }}),
         window_(app_) {
     app_.attach(window_);
   }
@@ -190,7 +191,9 @@ TEST_F(Window, IsAsItWasLeftTheNextTime) {
   const QRect place = window_.geometry();
   window_.close();
 
-  App app(folder_.path(), {}, [this] { return std::vector<PortDescription>{{device_->port(), L""}}; });
+  App app(folder_.path(), {.port_source = [this] {
+            return std::vector<PortDescription>{{device_->port(), L""}};
+          }});
   QtMainWindow again(app);
   app.attach(again);
   EXPECT_EQ(seen(again), left);
@@ -207,7 +210,9 @@ TEST_F(Window, ComesBackMaximizedWithTheSizeItHadBefore) {
   ASSERT_TRUE(QTest::qWaitFor([&] { return window_.geometry() != place; }));
   window_.close();
 
-  App app(folder_.path(), {}, [this] { return std::vector<PortDescription>{{device_->port(), L""}}; });
+  App app(folder_.path(), {.port_source = [this] {
+            return std::vector<PortDescription>{{device_->port(), L""}};
+          }});
   QtMainWindow again(app);
   app.attach(again);
   EXPECT_TRUE(again.isMaximized());
