@@ -1,6 +1,5 @@
 #include "app/app.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "app/dialog_contents.h"
@@ -32,19 +31,12 @@ void App::choose_language(Language language) {
   binding_.show_entries(*window_, language);
   show_ports();
   window_->receive_view().set_language(language);
-  window_->set_status(status_(language), status_tone_);
+  window_->set_status(status_.in(language), status_tone_);
   metrics_changed();
-  grow_to_minimum();
+  fit_window(room());
   for (const DialogId id : {DialogId::usage, DialogId::about, DialogId::update})
     refresh_dialog(id);
   save_settings();
-}
-
-// Other captions may need more room than the window has.
-void App::grow_to_minimum() {
-  const Size least = minimum_client_size(client_.width);
-  const Size wanted{std::max(client_.width, least.width), std::max(client_.height, least.height)};
-  if (wanted != client_) window_->set_client_size(wanted);
 }
 
 void App::choose_theme(ThemeChoice theme) {
@@ -117,7 +109,14 @@ void App::dialog_link(DialogId) {
 }
 
 void App::open_homepage() {
-  if (!window_->open_in_desktop(HVT_HOMEPAGE_URL)) show_error(text(TextId::no_link, Language::english));
+  if (!window_->open_in_desktop(HVT_HOMEPAGE_URL)) show_error(TextId::no_link);
+}
+
+void App::start_update_check() {
+  if (!services_.fetch_manifest) return;
+  check_.emplace(services_.fetch_manifest,
+                 [this](const UpdateResult& result) { post_to_ui([=, this] { update_checked(result); }); });
+  check_->request_check();
 }
 
 void App::check_updates() {

@@ -29,6 +29,8 @@ struct Setup {
   PortSource ports = two_ports;
   RecordingConfig recording{};
   std::filesystem::path folder{};  // of another run, instead of a new one
+  std::function<void(std::wstring_view)> log_error{};
+  StartupUpdateCheck::Fetch fetch_manifest{};
 };
 
 // One run of the program on a window without a screen, with one scripted device behind all of its ports. The
@@ -43,10 +45,12 @@ struct Program {
   using WriteMode = ScriptedTransport::WriteMode;
 
   explicit Program(const Setup& setup = {})
-      : app(
-            setup.folder.empty() ? folder.path() : setup.folder,
-            setup.open ? setup.open : [this](const auto&, auto&) { return device; }, setup.ports,
-            setup.recording),
+      : app(setup.folder.empty() ? folder.path() : setup.folder,
+            {.factory = setup.open ? setup.open : [this](const auto&, auto&) { return device; },
+             .port_source = setup.ports,
+             .recording = setup.recording,
+             .log_error = setup.log_error,
+             .fetch_manifest = setup.fetch_manifest}),
         window(app) {
     app.attach(window);
   }

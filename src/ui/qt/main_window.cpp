@@ -58,12 +58,15 @@ QString literal(std::wstring_view caption) {
 
 }  // namespace
 
-QtMainWindow::QtMainWindow(WindowEvents& events) : events_(events) {
+QtMainWindow::QtMainWindow(WindowEvents& events, const StartupMark& mark) : events_(events) {
+  mark("control creation begin");
   create_widgets();
   group_radio_buttons();
   pair_labels();
   tint_packet_rows();
+  mark("controls created");
   apply_fonts();
+  mark("fonts applied");
   built_ = true;
 }
 
@@ -396,8 +399,8 @@ void QtMainWindow::paintEvent(QPaintEvent*) {
   painter.fillRect(0, status.y, width(), 1, look::kHairline);
 }
 
-std::unique_ptr<MainWindow> create_main_window(WindowEvents& events) {
-  return std::make_unique<QtMainWindow>(events);
+std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark) {
+  return std::make_unique<QtMainWindow>(events, mark);
 }
 
 }  // namespace hvt

@@ -29,7 +29,7 @@ namespace hvt {
 // Ends      by closing: closing() is raised, timers stop, posted messages are dropped. The object lives on.
 class QtMainWindow final : public QWidget, public MainWindow {
  public:
-  explicit QtMainWindow(WindowEvents& events);
+  explicit QtMainWindow(WindowEvents& events, const StartupMark& mark = ignore_mark);
   ~QtMainWindow() override;
 
   void set_title(std::wstring_view title) override;

@@ -70,8 +70,8 @@ constexpr NotificationRow kNotifications[] = {
 
 }  // namespace
 
-std::unique_ptr<MainWindow> create_main_window(WindowEvents& events) {
-  return std::make_unique<Win32MainWindow>(events);
+std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark) {
+  return std::make_unique<Win32MainWindow>(events, mark);
 }
 
 // One line per message; everything else is the system's.
@@ -98,10 +98,10 @@ const Win32MainWindow::Route Win32MainWindow::kRoutes[] = {
     {WM_NCDESTROY, &Win32MainWindow::on_gone},
 };
 
-Win32MainWindow::Win32MainWindow(WindowEvents& events) : events_(events) {
+Win32MainWindow::Win32MainWindow(WindowEvents& events, const StartupMark& mark) : events_(events) {
   register_window_class(&Win32MainWindow::procedure);
   try {
-    create_native();
+    create_native(mark);
   } catch (...) {
     if (handle() != nullptr) DestroyWindow(handle());
     throw;
@@ -114,14 +114,17 @@ Win32MainWindow::~Win32MainWindow() {
   if (handle() != nullptr) DestroyWindow(handle());
 }
 
-void Win32MainWindow::create_native() {
+void Win32MainWindow::create_native(const StartupMark& mark) {
   CreateWindowExW(WS_EX_CONTROLPARENT, kMainWindowClass, L"", kWindowStyle, CW_USEDEFAULT, CW_USEDEFAULT,
                   CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, GetModuleHandleW(nullptr), this);
   if (handle() == nullptr) throw std::runtime_error("Could not create the main window.");
+  mark("control creation begin");
   controls_.create(handle());
   receive_view_.attach(controls_[ControlId::receive_view]);
   tips_.create(handle(), controls_[ControlId::status]);
+  mark("controls created");
   fit_to_dpi(static_cast<int>(GetDpiForWindow(handle())));
+  mark("fonts applied");
 }
 
 void Win32MainWindow::fit_to_dpi(int dpi) {

@@ -19,7 +19,7 @@ namespace hvt::test {
 // Ends      as a person ends it: the window closes, then it is gone.
 struct WindowedProgram {
   WindowedProgram(const std::filesystem::path& folder, PortSource ports, RecordingConfig recording = {})
-      : app(folder, {}, std::move(ports), std::move(recording)), window(app) {
+      : app(folder, {.port_source = std::move(ports), .recording = std::move(recording)}), window(app) {
     app.attach(window);
   }
   ~WindowedProgram() {

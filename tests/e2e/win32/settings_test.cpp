@@ -19,10 +19,10 @@ namespace {
 // One run of the program with its real window.
 struct Session {
   explicit Session(const test::Folder& folder)
-      : app(folder.path(), {},
-            [] {
-              return std::vector<PortDescription>{{L"COM8", L""}, {L"COM9", L""}};
-            }),
+      : app(folder.path(), {.port_source =
+                                [] {
+                                  return std::vector<PortDescription>{{L"COM8", L""}, {L"COM9", L""}};
+                                }}),
         window(app) {
     app.attach(window);
   }
