@@ -232,17 +232,6 @@ TEST(AppSettings, a_window_size_counts_as_saved_when_both_parts_are_above_zero) 
     EXPECT_EQ(parse_settings(one.document).has_saved_window_size, one.expected) << one.document;
 }
 
-TEST(AppSettings, a_damaged_file_is_refused_and_left_alone) {
-  const test::Folder folder;
-  const auto path = folder.path() / "settings.json";
-  const std::string damaged = std::string(kGoldenFile).substr(0, 700);
-  test::write_file(path, damaged);
-  EXPECT_EQ(error_of([&] { load_settings(path); }), "Invalid JSON document.");
-  EXPECT_EQ(read_data_file(path), damaged);
-  save_settings(path, golden_settings());
-  EXPECT_EQ(read_data_file(path), kGoldenFile);
-}
-
 TEST(AppSettings, a_text_that_is_no_unicode_is_not_saved) {
   const test::Folder folder;
   const auto path = folder.path() / "settings.json";

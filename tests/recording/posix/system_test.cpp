@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include "base/text.h"
 #include "recording/names.h"
 #include "tests/recording/on_disk.h"
+#include "tests/support/file_size_limit.h"
 #include "tools/recover/recovery.h"
 
 namespace hvt {
@@ -92,30 +92,9 @@ TEST(RecordingFiles, AKilledRecordingHoldsWhatItSaysAndClaimsNoMore) {
   }
 }
 
-// A limit of this process stands for a full disk: the write that meets it is short, the next one fails.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    ::getrlimit(RLIMIT_FSIZE, &old_);
-    old_handler_ = ::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{bytes, old_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    ::setrlimit(RLIMIT_FSIZE, &old_);
-    ::signal(SIGXFSZ, old_handler_);
-  }
-
- private:
-  rlimit old_{};
-  sighandler_t old_handler_ = SIG_DFL;
-};
-
 TEST(RecordingFiles, AShortWriteIsCountedAndEndsTheRecording) {
   const OnDisk disk;
-  const FileSizeLimit limit(100'000);
+  const test::FileSizeLimit limit(100'000);
   RecordingWriter writer(disk.config);
   EXPECT_TRUE(writer.enqueue(std::string(250'000, 'x'), 250'000));
   test::wait_for_end(writer);
