@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
-#include <map>
 #include <string>
 
 #include "settings/app_settings.h"
@@ -30,46 +29,6 @@ struct Settings : testing::Test {
   const test::Setup here{.folder = folder.path()};
 };
 using Presets = Settings;
-
-// Every check and radio, every field and choice that a person can reach.
-void change_everything(Program& run) {
-  for (const ControlId id :
-       {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent, ControlId::receive_hex,
-        ControlId::transmit, ControlId::send_hex, ControlId::auto_crlf, ControlId::wait_for_rx,
-        ControlId::display_while_recording})
-    run.press(id);
-  for (const ControlRow& row : kControls) {
-    if (row.kind == ControlKind::choice)
-      run.window.choose(row.id, run.window.choice(row.id).entries.size() - 1);
-    if (row.kind == ControlKind::number_edit) run.type(row.id, L"7\"" + std::to_wstring(index_of(row.id)));
-    if (row.kind == ControlKind::packet_edit)
-      run.type(row.id, L"\\x1B<ESC>\t\xD55C" + std::to_wstring(index_of(row.id)));
-  }
-}
-
-TEST_F(Settings, EveryControlIsAsItWasLeft) {
-  ControlStates states;
-  std::map<ControlId, std::wstring> fields;
-  {
-    Program run(here);
-    change_everything(run);
-    run.window.set_place({{11, 22, 777, 666}, true});
-    for (const ControlRow& row : kControls) {
-      states[index_of(row.id)] = run.window.state(row.id);
-      fields[row.id] = row.kind == ControlKind::choice ? run.chosen(row.id) : run.window.field_text(row.id);
-    }
-  }
-  Program again(here);
-  for (const ControlRow& row : kControls) {
-    EXPECT_TRUE(again.window.state(row.id) == states[index_of(row.id)]) << row.name;
-    EXPECT_EQ(row.kind == ControlKind::choice ? again.chosen(row.id) : again.window.field_text(row.id),
-              fields[row.id])
-        << row.name;
-  }
-  const WindowPlace place = again.window.current_place();
-  EXPECT_EQ(place.normal, (Rect{11, 22, 777, 666}));
-  EXPECT_TRUE(place.maximized);
-}
 
 // Neither what no control shows or no list has, nor the port of an adapter that is not there today.
 TEST_F(Settings, WhatNobodyChangedIsKept) {
