@@ -148,8 +148,9 @@ TEST(RepeatEngine, PacesTheNextPacketFromTheEndOfTheWriteAndAtOnceAfterALongWait
 }
 
 // The time-out of a run's only packet has been reported; what is an answer after that?
-TEST(RepeatEngine, ALateAnswerIsMarkedUntilAStopOrARepeatRun) {
-  for (const std::string_view then : {"late", "plain after a stop", "plain after a repeat"}) {
+TEST(RepeatEngine, ALateAnswerIsMarkedUntilSomethingElseBeginsOrAStop) {
+  for (const std::string_view then :
+       {"late", "plain after a stop", "plain after a repeat", "plain after a packet that does not wait"}) {
     EngineRig rig;
     const bool stopped = then == "plain after a stop";
     ASSERT_EQ(rig.repeat("A", settings(stopped ? 2 : 1, kForever, 10)), L"");
@@ -163,6 +164,11 @@ TEST(RepeatEngine, ALateAnswerIsMarkedUntilAStopOrARepeatRun) {
       rig.at("0#1", elsewhere([&] { answer = rig.receive(); }));
       ASSERT_EQ(rig.repeat("B", settings(1, 0, 10)), L"");
       rig.log(log + "0#1 1B ");
+    }
+    if (then == "plain after a packet that does not wait") {
+      ASSERT_EQ(rig.send("B"), L"");
+      rig.log(log + "1B wB@10 2B 4 ");
+      answer = rig.receive();
     }
     if (then != "late") rig.engine->stop_and_join();
     if (answer.empty()) answer = rig.receive();
