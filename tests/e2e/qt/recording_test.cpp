@@ -6,11 +6,9 @@
 // HVT_RECORDING_DISTURBANCE_MS (a display that takes no more needs 3 MiB in one of them).
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <QElapsedTimer>
 #include <QMessageBox>
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -18,6 +16,7 @@
 
 #include "tests/e2e/qt/windowed_program.h"
 #include "tests/support/device_process.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/folder.h"
 #include "tools/recover/recovery.h"
 #include "tools/virtual_device/pattern.h"
@@ -69,14 +68,14 @@ struct Flood {
 
 // The program, recording the flood.
 struct Program : Flood, test::WindowedProgram {
-  Program(PatternKind kind_, std::uint64_t bytes, bool hex, RecordingConfig config = small_parts())
+  Program(PatternKind kind_, std::uint64_t bytes, bool hex)
       : Flood(kind_, bytes),
         WindowedProgram(
             folder.path(),
             [name = port] {
               return std::vector<PortDescription>{{name, L""}};
             },
-            std::move(config)) {
+            small_parts()) {
     click(ControlId::echo_sent);
     if (hex) click(ControlId::receive_hex);
     type(ControlId::record_name, "flood");
@@ -196,45 +195,25 @@ INSTANTIATE_TEST_SUITE_P(Formats, Recording,
                                          Format{"AsciiTokens", PatternKind::kBinary, false}),
                          [](const auto& test) { return test.param.name; });
 
-struct Failure {
-  const char* name;
-  std::uint64_t queue_bytes;
-  std::uint64_t file_bytes;  // more than this the system does not write
-  std::string reason;
-  QString status;
-};
-
 // What cannot be recorded is told, and what is recorded is right as far as it goes.
 TEST(FailedRecording, SaysThatItIsIncompleteAndWhy) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit before{};
-  ::getrlimit(RLIMIT_FSIZE, &before);
-  const Failure failures[] = {
-      {"disk", 8u << 20, 500'000, "writer_failure",
-       "Recording incomplete: Cannot write recording file (errno 27)."},
-      {"queue", 1000, before.rlim_cur, "queue_overflow",
-       "Recording incomplete: Recording buffer full. Recording stopped."},
-  };
-  for (const Failure& failure : failures) {
-    SCOPED_TRACE(failure.name);
-    RecordingConfig config = small_parts();
-    config.queue_capacity_bytes = failure.queue_bytes;
-    Program program(PatternKind::kText, 1'000'000, false, config);  // less than the display can hold
-    const rlimit limit{failure.file_bytes, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    const bool ended = QTest::qWaitFor([&] { return !program.records(); }, 60'000);
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    ASSERT_TRUE(ended);
-    EXPECT_TRUE(program.status().startsWith(failure.status)) << program.status().toStdString();
-    EXPECT_EQ(program.caption(ControlId::connect), "Connected");
-    device::PatternVerifier verifier(program.kind, device::PatternVerifier::Start::kAtRecordZero);
-    const recover::Recovery found = program.recover(verifier);
-    EXPECT_FALSE(verifier.fault()) << device::describe(*verifier.fault());
-    EXPECT_EQ(found.metadata.integrity, "incomplete");
-    EXPECT_EQ(found.metadata.stop_reason, failure.reason);
-    EXPECT_TRUE(found.metadata.finalized);
-    EXPECT_EQ(found.metadata.log_written_bytes, found.text_bytes);
+  Program program(PatternKind::kText, 1'000'000, false);  // less than the display can hold
+  bool ended = false;
+  {
+    const test::FileSizeLimit full_disk(500'000);
+    ended = QTest::qWaitFor([&] { return !program.records(); }, 60'000);
   }
+  ASSERT_TRUE(ended);
+  EXPECT_TRUE(program.status().startsWith("Recording incomplete: Cannot write recording file (errno 27)."))
+      << program.status().toStdString();
+  EXPECT_EQ(program.caption(ControlId::connect), "Connected");
+  device::PatternVerifier verifier(program.kind, device::PatternVerifier::Start::kAtRecordZero);
+  const recover::Recovery found = program.recover(verifier);
+  EXPECT_FALSE(verifier.fault()) << device::describe(*verifier.fault());
+  EXPECT_EQ(found.metadata.integrity, "incomplete");
+  EXPECT_EQ(found.metadata.stop_reason, "writer_failure");
+  EXPECT_TRUE(found.metadata.finalized);
+  EXPECT_EQ(found.metadata.log_written_bytes, found.text_bytes);
 }
 
 }  // namespace
