@@ -39,7 +39,7 @@ make_deb() {  # CMAKE ARGUMENTS...
   export SOURCE_DATE_EPOCH
   mkdir "$root/DEBIAN"
   (cd "$root" && find usr -type f -print0 | sort -z | xargs -0 md5sum >DEBIAN/md5sums)
-  (cd "$build" && dpkg-shlibdeps -Ldebian/shlibs.local -Tdebian/substvars root/usr/bin/* &&
+  (cd "$build" && dpkg-shlibdeps -Tdebian/substvars root/usr/bin/* &&
     dpkg-gencontrol -Tdebian/substvars -fdebian/files -Proot)
   chmod -R u=rwX,go=rX "$root"
   file=$out/$(cut -d' ' -f1 "$debian/files")
