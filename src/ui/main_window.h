@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/startup_mark.h"
 #include "ui/controls.h"
 #include "ui/dialogs.h"
 #include "ui/geometry.h"
@@ -130,6 +131,8 @@ class MainWindow {
   virtual void set_theme(const ThemePalette& palette) = 0;
   virtual void set_always_on_top(bool on_top) = 0;
 
+  // The client area now, also of a window that is not shown yet; empty while it is minimized.
+  virtual Size client_size() const = 0;
   // The largest client area that the work area of the window's screen has room for.
   virtual Size largest_client_size() const = 0;
 
@@ -149,7 +152,8 @@ class MainWindow {
   virtual bool input_waiting() const = 0;
 };
 
-// Defined by the face that is linked. The window is created hidden, with every control of kControls.
-std::unique_ptr<MainWindow> create_main_window(WindowEvents& events);
+// Defined by the face that is linked. The window is created hidden, with every control of kControls. Marks
+// "control creation begin", "controls created" and "fonts applied".
+std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark = ignore_mark);
 
 }  // namespace hvt

@@ -72,7 +72,9 @@ constexpr std::array<TextRow, kTextCount> kTexts{
     row(TextId::clear, L"Clear", L"지우기"),
     row(TextId::follow, L"▼▼"),
     row(TextId::scroll_down, L"Scroll down", L"스크롤 내리기"),
+    row(TextId::cut, L"Cut", L"잘라내기"),
     row(TextId::copy, L"Copy", L"복사"),
+    row(TextId::paste, L"Paste", L"붙여넣기"),
     row(TextId::select_all, L"Select all", L"모두 선택"),
 
     row(TextId::record, L"Record", L"기록"),

@@ -35,14 +35,17 @@ Size to_size(const QSize& size) {
 
 }  // namespace
 
-QtMainWindow::QtMainWindow(WindowEvents& events)
+QtMainWindow::QtMainWindow(WindowEvents& events, const StartupMark& mark)
     : events_(events), menus_(*this, [this](MenuItem item) { events_.menu_chosen(item); }) {
+  mark("control creation begin");
   create_widgets();
   group_radio_buttons();
   pair_labels();
   create_access_keys();
   tint_packet_rows();
+  mark("controls created");
   apply_fonts();
+  mark("fonts applied");
   static_cast<Application&>(*qApp).desktop().on_changed([this] {
     if (!closed_) events_.appearance_changed();
   });
@@ -330,8 +333,8 @@ void QtMainWindow::closeEvent(QCloseEvent* event) {
   events_.closing();
 }
 
-std::unique_ptr<MainWindow> create_main_window(WindowEvents& events) {
-  return std::make_unique<QtMainWindow>(events);
+std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark) {
+  return std::make_unique<QtMainWindow>(events, mark);
 }
 
 }  // namespace hvt

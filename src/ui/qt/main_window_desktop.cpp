@@ -49,6 +49,10 @@ constexpr TitleMark kTitleMarks[]{
 
 // The place
 
+Size QtMainWindow::client_size() const {
+  return isMinimized() ? Size{} : Size{width(), height()};
+}
+
 Size QtMainWindow::largest_client_size() const {
   const QSize frame = frameGeometry().size() - size();
   const QSize room = screen()->availableSize() - frame;
