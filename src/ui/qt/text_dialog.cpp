@@ -152,7 +152,8 @@ void TextDialog::write_text() {
   text_->verticalScrollBar()->setValue(scrolled);
 }
 
-// A short text gets a small window. It is measured in a copy: the edit lays out its own text when it is shown.
+// A short text gets a small window. It is measured in a copy: the edit lays out its own text when it is
+// shown.
 void TextDialog::fit_height() {
   const std::unique_ptr<QTextDocument> copy(text_->document()->clone());
   copy->setTextWidth(kWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
