@@ -168,7 +168,7 @@ WindowPlace QtMainWindow::current_place() const {
 
 void QtMainWindow::apply(std::span<const ControlChange> changes) {
   for (const auto& [id, state] : changes) {
-    set_caption(id, state.caption);
+    if (control(id).kind != ControlKind::counter) set_caption(id, state.caption);  // it has set_counter()
     widget(id).setToolTip(to_qstring(state.tip));
     if (!state.tip.empty()) widget(id).setAccessibleName(to_qstring(state.tip));
     widget(id).setEnabled(state.enabled);
