@@ -48,6 +48,7 @@ void Person::start() {
 }
 
 void Person::close(std::chrono::milliseconds limit) {
+  take_picture();
   const auto begin = Clock::now();
   driver_.close();
   const int code = stage_.wait_until_closed();
@@ -144,25 +145,32 @@ void Person::disconnect() {
 
 void Person::answer_notice(std::wstring_view text) {
   sees(
-      L"notice", [&] { return driver_.box() ? driver_.box()->text : L"(none)"; }, text);
-  driver_.answer_box(true);
-  sees_true(L"no box", [&] { return !driver_.box(); });
+      L"notice", [&] { return front_box().text; }, text);
+  answer_box(true);
 }
 
 void Person::answer_file_dialog(std::wstring_view title, std::wstring_view name) {
   sees(
-      L"title of the file dialog", [&] { return driver_.box() ? driver_.box()->title : L"(none)"; }, title);
+      L"title of the file dialog", [&] { return front_box().title; }, title);
   driver_.type_file_name(name);
   sees(
-      L"file name in the dialog", [&] { return driver_.box() ? driver_.box()->text : L"(none)"; }, name);
-  driver_.answer_box(true);
-  sees_true(L"no box", [&] { return !driver_.box(); });
+      L"file name in the dialog", [&] { return front_box().text; }, name);
+  answer_box(true);
 }
 
 void Person::cancel_file_dialog(std::wstring_view title) {
   sees(
-      L"title of the file dialog", [&] { return driver_.box() ? driver_.box()->title : L"(none)"; }, title);
-  driver_.answer_box(false);
+      L"title of the file dialog", [&] { return front_box().title; }, title);
+  answer_box(false);
+}
+
+Box Person::front_box() {
+  return driver_.box().value_or(Box{Box::Kind::notice, L"(none)", L"(none)"});
+}
+
+void Person::answer_box(bool accept) {
+  driver_.take_picture(box_picture_);
+  driver_.answer_box(accept);
   sees_true(L"no box", [&] { return !driver_.box(); });
 }
 

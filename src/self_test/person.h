@@ -45,6 +45,9 @@ class Person {
   // Whatever state the program is in.
   void leave();
   const std::filesystem::path& folder() const { return folder_; }
+  // What there is to be seen now, in place of an earlier picture of the scene. close() takes one by itself.
+  void take_picture() { driver_.take_picture(picture_); }
+  const std::filesystem::path& picture() const { return picture_; }
 
   // Using it
 
@@ -84,11 +87,15 @@ class Person {
 
  private:
   void settle_briefly();
+  Box front_box();
+  void answer_box(bool accept);
 
   Stage& stage_;
   Driver& driver_;
   DeviceBay& bay_;
   const std::filesystem::path folder_;
+  const std::filesystem::path picture_ = std::filesystem::path(folder_) += ".png";
+  const std::filesystem::path box_picture_ = std::filesystem::path(folder_) += "_box.png";
   RecordingConfig recording_;
 };
 

@@ -51,8 +51,8 @@ std::string results_document(const Results& results) {
 }
 
 std::string scene_line(const SceneResult& scene) {
-  std::string line = (scene.passed ? "ok      " : "FAILED  ") + scene.name + " (" +
-                     std::to_string(scene.duration.count()) + " ms)\n";
+  std::string line = scene.passed ? "[       OK ] " : "[  FAILED  ] ";
+  line += "SelfTest." + scene.name + " (" + std::to_string(scene.duration.count()) + " ms)\n";
   if (!scene.passed) {
     line += "  what:     " + utf8_lossy(scene.finding.what) + "\n  expected: ";
     line += escape_json_string(utf8_lossy(scene.finding.expected)) + "\n  seen:     ";

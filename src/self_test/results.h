@@ -32,7 +32,7 @@ struct Results {
 
 // JSON, one scene a line.
 std::string results_document(const Results& results);
-// For a console: one line, "ok" or "FAILED" with what was seen.
+// For a console, in the form of the other tests: one line, and after a failure what was seen.
 std::string scene_line(const SceneResult& scene);
 
 }  // namespace hvt::self_test

@@ -59,7 +59,7 @@ class Script {
 
  private:
   SceneResult play(const Scene& scene) {
-    SceneResult result{.name = std::string(scene.name), .picture = std::string(scene.name) + ".png"};
+    SceneResult result{.name = std::string(scene.name)};
     {
       const std::lock_guard lock(mutex_);
       current_ = result.name;
@@ -67,7 +67,7 @@ class Script {
     const auto begin = Clock::now();
     Person person(stage_, driver_, bay_, folder_ / scene.name);
     result.passed = attempt(result.finding, [&] { scene.play(person); });
-    take_picture(result);
+    take_picture(person, result);
     Finding leaving;
     if (!attempt(leaving, [&] { person.leave(); }) && std::exchange(result.passed, false))
       result.finding = leaving;
@@ -89,13 +89,12 @@ class Script {
   }
 
   // A scene that ends with the window closed has taken its picture before.
-  void take_picture(SceneResult& result) {
-    const auto file = folder_ / result.picture;
+  void take_picture(Person& person, SceneResult& result) {
     Finding finding;
-    if (stage_.is_open() && !attempt(finding, [&] { driver_.take_picture(file); }) &&
+    if (stage_.is_open() && !attempt(finding, [&] { person.take_picture(); }) &&
         std::exchange(result.passed, false))
       result.finding = finding;
-    if (!std::filesystem::exists(file)) result.picture.clear();
+    if (std::filesystem::exists(person.picture())) result.picture = person.picture().filename().string();
   }
 
   void add(SceneResult result) {
