@@ -35,8 +35,8 @@ int run_application(RunMode mode, const Places& places, StartupProfile& profile,
   profile.mark("Windows components loaded");  // on every system, so that profiles can be compared
   const std::filesystem::path folder =
       mode == RunMode::self_test ? create_run_folder(places.base_folder) : places.base_folder;
-  const Launch launch = [&](AppServices services) {
-    auto session = std::make_unique<Session>(face, folder, std::move(services),
+  const Launch launch = [&](const std::filesystem::path& data_folder, AppServices services) {
+    auto session = std::make_unique<Session>(face, data_folder, std::move(services),
                                              [&](std::string_view step) { profile.mark(step); });
     profile.mark("window ready");
     profile.write_once(folder);
@@ -47,7 +47,7 @@ int run_application(RunMode mode, const Places& places, StartupProfile& profile,
   AppServices services;
   services.log_error = [&](std::wstring_view message) { log.append(message); };
   services.fetch_manifest = fetch_manifest;
-  return launch(std::move(services))->serve();
+  return launch(folder, std::move(services))->serve();
 }
 
 int run_program(std::span<const std::wstring> arguments, Face& face, const SelfTest& self_test,

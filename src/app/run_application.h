@@ -13,9 +13,10 @@
 
 namespace hvt {
 
-// Starts the program in its window, with its data in the folder of this run. May be called again when the
-// session before has ended: it finds the settings that were saved.
-using Launch = std::function<std::unique_ptr<Session>(AppServices services)>;
+// Starts the program in its window, with its data in that folder. May be called again when the session before
+// has ended: in the same folder it finds the settings that were saved.
+using Launch =
+    std::function<std::unique_ptr<Session>(const std::filesystem::path& data_folder, AppServices services)>;
 
 // Drives the program as a person would and returns the exit code. Everything it writes goes into
 // `run_folder`, which is new and exists.

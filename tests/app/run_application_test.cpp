@@ -112,8 +112,8 @@ TEST(RunApplication, EachSelfTestRunHasAFolderOfItsOwn) {
     EXPECT_EQ(run_folder.filename().string().rfind("run_", 0), 0u);
     EXPECT_TRUE(run_folder.filename().string().ends_with("_" + std::to_string(process_id())));
     runs.insert(run_folder);
-    EXPECT_EQ(launch(no_ports())->serve(), 7);
-    EXPECT_EQ(launch(no_ports())->serve(), 7) << "a second window, on the settings of the first";
+    EXPECT_EQ(launch(run_folder, no_ports())->serve(), 7);
+    EXPECT_EQ(launch(run_folder, no_ports())->serve(), 7) << "a second window, on the settings of the first";
     EXPECT_TRUE(std::filesystem::exists(run_folder / "config" / "settings.json"));
     return 3;
   };

@@ -140,7 +140,7 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   if (target == nullptr) return;
   const ControlKind kind = control(change.id).kind;
   const ControlState& state = change.state;
-  controls_.set_caption(change.id, state.caption);
+  if (kind != ControlKind::counter) controls_.set_caption(change.id, state.caption);  // it has set_counter()
   set_description(change.id, state);
   if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);
