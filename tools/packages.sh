@@ -7,7 +7,7 @@
 #   tools/packages.sh fuzz    that of run, and clang with its fuzzer
 set -euo pipefail
 
-run=(g++ cmake ninja-build libcurl4-openssl-dev qt6-base-dev qt6-qpa-plugins libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
+run=(g++ cmake ninja-build libcurl4-openssl-dev qt6-base-dev qt6-qpa-plugins libxcb1-dev pkgconf libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
 demo=(xvfb xauth xdotool imagemagick x11-utils)
 windows=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64)
 tests=(googletest python3 openssl "${windows[@]}" wine wine64 clang-format appstream desktop-file-utils)
