@@ -71,9 +71,7 @@ TEST(Rtf, TextIsEscapedUnitByUnit) {
       {"line breaks", {{L"a\r\nb\rc\nd\n\r", kRx}}, "\\cf2 a\\par b\\par c\\par d\\par \\par "},
       {"CR LF in two runs", {{L"a\r", kRx}, {L"\nb", kTx}}, "\\cf2 a\\par \\cf3 b"},
       {"a role outside the palette", {{L"x", static_cast<ColorRole>(7)}}, "\\cf1 x"},
-      {"CR at the end of a run, text in the next",
-       {{L"a\r", kRx}, {L"b\n", kTx}},
-       "\\cf2 a\\par \\cf3 b\\par "},
+      {"text behind a CR of another run", {{L"a\r", kRx}, {L"b\n", kTx}}, "\\cf2 a\\par \\cf3 b\\par "},
   };
   for (const Case& named : cases)
     EXPECT_EQ(body_of(named.runs), named.expected) << named.name;

@@ -219,9 +219,9 @@ TEST(RecordingWriter, EndsWithTheRightReason) {
     std::string kept;  // of "1234567890abcde" with parts of 10 bytes
   };
   const auto system = [](std::uint32_t code) { return system_error_suffix(code); };
-  const auto unexpected = [](DiskOp failing_op) {
+  const auto unexpected = [](DiskOp failing_op, const std::string& file) {
     return [=](DiskOp op, const std::string& name) -> FileResult {
-      if (op == failing_op && is_part(name)) throw 1;
+      if (op == failing_op && name == file) throw 1;
       return {};
     };
   };
@@ -242,12 +242,9 @@ TEST(RecordingWriter, EndsWithTheRightReason) {
        "1234567890"},
       {"next part exists", failing(DiskOp::create, {Fault::exists, 17}, 1),
        "The next recording part already exists; recording stopped to protect it.", "1234567890"},
-      {"something unknown", unexpected(DiskOp::write), "Unexpected recording writer failure.", ""},
-      {"something unknown at the end",
-       [](DiskOp op, const std::string& name) -> FileResult {
-         if (op == DiskOp::close && name == "run_part002.log") throw 1;
-         return {};
-       },
+      {"something unknown", unexpected(DiskOp::write, "run_part001.log"),
+       "Unexpected recording writer failure.", ""},
+      {"something unknown at the end", unexpected(DiskOp::close, "run_part002.log"),
        "Unexpected recording close failure.", "1234567890abcde"},
   };
   for (const Case& c : cases) {
@@ -448,36 +445,24 @@ TEST(RecordingWriter, TellsWhatTheLineAndTheProgramReported) {
     const char* integrity;
     std::string reception;
   };
+  const auto nothing = [](RecordingWriter&) {};
+  const auto overrun = [](RecordingWriter& w) { w.add_comm_error(kCommOverrun, 5); };
+  const auto no_error = [](RecordingWriter& w) { w.add_comm_error(0, 5); };
+  const auto end = [](RecordingWriter& w) { w.note_connection_end(L"disconnected"); };
+  const auto close = [](RecordingWriter& w) { w.note_connection_end(L"application_closed"); };
+  const auto loss = [](RecordingWriter& w) { w.report_data_loss(L"7 bytes lost"); };
+  const auto long_word = [](RecordingWriter& w) {
+    w.note_connection_end(std::wstring(4095, L'x') + L"\xD83D\xDE00 and more");
+  };
   const Case cases[] = {
-      {"nothing", [](RecordingWriter&) {}, "not_verified", ""},
-      {"an error poll without an error", [](RecordingWriter& w) { w.add_comm_error(0, 5); }, "not_verified",
-       ""},
-      {"an overrun", [](RecordingWriter& w) { w.add_comm_error(kCommOverrun, 5); }, "suspect", ""},
-      {"the end of the connection", [](RecordingWriter& w) { w.note_connection_end(L"disconnected"); },
-       "not_verified", "disconnected"},
-      {"only the first word counts",
-       [](RecordingWriter& w) {
-         w.note_connection_end(L"disconnected");
-         w.note_connection_end(L"application_closed");
-       },
-       "not_verified", "disconnected"},
-      {"lost bytes, then an overrun",
-       [](RecordingWriter& w) {
-         w.report_data_loss(L"7 bytes lost");
-         w.add_comm_error(kCommOverrun, 5);
-       },
-       "incomplete", "7 bytes lost"},
-      {"after the stop",
-       [](RecordingWriter& w) {
-         w.stop();
-         w.add_comm_error(kCommOverrun, 5);
-         w.note_connection_end(L"disconnected");
-         w.report_data_loss(L"7 bytes lost");
-       },
-       "not_verified", ""},
-      {"a text longer than 4096 units",
-       [](RecordingWriter& w) { w.note_connection_end(std::wstring(4095, L'x') + L"\xD83D\xDE00 and more"); },
-       "not_verified", std::string(4095, 'x')},
+      {"nothing", nothing, "not_verified", ""},
+      {"an error poll without an error", no_error, "not_verified", ""},
+      {"an overrun", overrun, "suspect", ""},
+      {"the end of the connection", end, "not_verified", "disconnected"},
+      {"only the first word counts", [&](auto& w) { end(w), close(w); }, "not_verified", "disconnected"},
+      {"lost bytes, then an overrun", [&](auto& w) { loss(w), overrun(w); }, "incomplete", "7 bytes lost"},
+      {"after the stop", [&](auto& w) { w.stop(), overrun(w), end(w), loss(w); }, "not_verified", ""},
+      {"a text longer than 4096 units", long_word, "not_verified", std::string(4095, 'x')},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -32,11 +32,6 @@ TEST(PortList, SortsByLettersThenByNumberAndDropsDuplicates) {
   }
 }
 
-TEST(PortList, TheLabelIsTheBareNameWithoutADescription) {
-  EXPECT_EQ(port_label({L"COM9", L""}), L"COM9");
-  EXPECT_EQ(port_label({L"COM9", L"CP210x"}), L"COM9 - CP210x");
-}
-
 TEST(PortList, DescriptionsSayWhatTheNameDoesNot) {
   struct Case {
     const wchar_t* port;

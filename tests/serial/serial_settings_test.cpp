@@ -1,8 +1,12 @@
-// A record outside the ranges must never reach a driver.
+// Risk: a record outside the ranges reaches a driver, or a device replaces a setting and nobody is told.
 
 #include "serial/serial_settings.h"
 
 #include <gtest/gtest.h>
+
+#include <string>
+
+#include "serial/settings_difference.h"
 
 namespace hvt {
 namespace {
@@ -44,6 +48,44 @@ TEST(SerialSettings, AnyFieldOutsideItsRangeMakesTheRecordInvalid) {
   SerialSettings settings = valid();
   settings.baud = 0xFFFF'FFFF;
   EXPECT_TRUE(is_valid(settings)) << "any rate is the driver's to judge";
+}
+
+TEST(SettingsDifference, TellsEveryReplacedSettingAndNothingElse) {
+  SerialSettings asked;
+  asked.port = L"COM9";
+  asked.baud = 123456;
+  asked.data_bits = 7;
+  asked.parity = kParityEven;
+  asked.stop_bits = kStopBitsTwo;
+  struct Case {
+    const char* name;
+    void (*change)(SerialSettings&);
+    std::wstring notice;
+  };
+  const Case cases[] = {
+      {"nothing", [](SerialSettings&) {}, L""},
+      {"what no driver answers",
+       [](SerialSettings& taken) { taken.port = L"x", taken.dtr = taken.rts = false; }, L""},
+      {"baud", [](SerialSettings& taken) { taken.baud = 38400; },
+       L"The device set 38400 baud instead of 123456."},
+      {"data bits", [](SerialSettings& taken) { taken.data_bits = 8; },
+       L"The device set 8 data bits instead of 7."},
+      {"parity", [](SerialSettings& taken) { taken.parity = kParityNone; },
+       L"The device set no parity instead of even."},
+      {"stop bits", [](SerialSettings& taken) { taken.stop_bits = kStopBitsOneAndHalf; },
+       L"The device set 1.5 stop bits instead of 2."},
+      {"several",
+       [](SerialSettings& taken) { taken.baud = 9600, taken.data_bits = 8, taken.parity = kParitySpace; },
+       L"The device set 9600 baud instead of 123456, 8 data bits instead of 7, space parity instead of "
+       L"even."},
+      {"odd answers", [](SerialSettings& taken) { taken.parity = 77, taken.stop_bits = -1; },
+       L"The device set unknown (77) parity instead of even, unknown (-1) stop bits instead of 2."},
+  };
+  for (const Case& c : cases) {
+    SerialSettings taken = asked;
+    c.change(taken);
+    EXPECT_EQ(settings_difference(asked, taken), c.notice) << c.name;
+  }
 }
 
 }  // namespace

@@ -532,16 +532,11 @@ TEST(EchoTransport, EachWriteComesBackAsOneReadUnlessAFaultIsRehearsed) {
 }  // namespace
 
 std::vector<RigKind> rig_kinds() {
+  RigTraits scripted = kSerialLine;
+  scripted.idle_return = scripted.write_deadline = false;  // it knows no time
   std::vector<RigKind> kinds{
       {"Echo", {.discard = true, .discard_ends_read = true}, [] { return std::make_unique<EchoRig>(); }},
-      {"Scripted",
-       {.write_blocks = true,
-        .unplug = true,
-        .discard = true,
-        .overtakes = true,
-        .discard_ends_read = true,
-        .device_end = true},
-       [] { return std::make_unique<ScriptedRig>(); }},
+      {"Scripted", scripted, [] { return std::make_unique<ScriptedRig>(); }},
   };
   for (RigKind& kind : system_rig_kinds())
     kinds.push_back(std::move(kind));

@@ -95,15 +95,6 @@ class ScriptedTransport final : public SerialTransport {
   std::vector<Bytes> writes() const {
     return look([&] { return writes_; });
   }
-  std::size_t discards() const {
-    return look([&] { return discards_; });
-  }
-  std::size_t polls() const {
-    return look([&] { return poll_count_; });
-  }
-  bool cancelled() const {
-    return look([&] { return cancelled_; });
-  }
 
   bool read(Bytes& buffer, std::wstring& error) override {
     std::unique_lock lock(mutex_);
@@ -165,7 +156,6 @@ class ScriptedTransport final : public SerialTransport {
 
   bool query_errors(CommErrorSnapshot& out, std::wstring& error) override {
     const std::lock_guard lock(mutex_);
-    ++poll_count_;
     Poll poll{default_errors_, {}};
     if (!polls_.empty()) {
       poll = std::move(polls_.front());
@@ -224,7 +214,6 @@ class ScriptedTransport final : public SerialTransport {
   WriteMode write_mode_ = WriteMode::kAccept;
   std::size_t discards_ = 0;
   std::size_t read_generation_ = 0;
-  std::size_t poll_count_ = 0;
   bool cancelled_ = false;
   bool reading_ = false;
   bool hold_ = false;

@@ -46,6 +46,9 @@ struct RigTraits {
   bool device_end = false;         // the device does not simply send back what it is sent
 };
 
+// All that a serial line can show.
+inline constexpr RigTraits kSerialLine{true, true, true, true, true, true, true, true};
+
 struct RigKind {
   std::string name;
   RigTraits traits;

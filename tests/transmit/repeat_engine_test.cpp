@@ -177,25 +177,6 @@ TEST(RepeatEngine, ALateAnswerIsMarkedUntilSomethingElseBeginsOrAStop) {
   }
 }
 
-TEST(RepeatEngine, ABurstBehindABlockedWriteGoesOutOnceInOrderAndOnlyItsLastPacketWaits) {
-  EngineRig rig;
-  rig.hold_writes(true);
-  const std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWX";
-  std::string log;
-  for (const char letter : letters) {
-    const std::string name(1, letter);
-    ASSERT_EQ(rig.send(name, 10), L"");
-    for (const std::string_view kind : {"1", "w", "2"})
-      log.append(kind).append(name).append(kind == "w" ? "@0 " : " ");
-  }
-  rig.hold_writes(false);
-  EXPECT_EQ(rig.log(log), log);
-  rig.system->advance(milliseconds(10));
-  log += "3X t- 4 ";
-  EXPECT_EQ(rig.log(log), log);
-  EXPECT_EQ(rig.receive(), "late");
-}
-
 TEST(RepeatEngine, AnAnswerBelongsToThePacketThatWaitedWhenItCame) {
   EngineRig rig;
   rig.at("wA@0", elsewhere([&] {

@@ -35,16 +35,7 @@ class PtyRig final : public TransportRig {
 }  // namespace
 
 std::vector<RigKind> system_rig_kinds() {
-  return {{"PseudoTerminal",
-           {.idle_return = true,
-            .write_blocks = true,
-            .write_deadline = true,
-            .unplug = true,
-            .discard = true,
-            .overtakes = true,
-            .discard_ends_read = true,
-            .device_end = true},
-           [] { return std::make_unique<PtyRig>(); }}};
+  return {{"PseudoTerminal", kSerialLine, [] { return std::make_unique<PtyRig>(); }}};
 }
 
 }  // namespace hvt::test

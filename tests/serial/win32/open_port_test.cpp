@@ -12,6 +12,7 @@
 #include "base/win32/unique_handle.h"
 #include "serial/win32/line_control.h"
 #include "serial/win32/stream_transport.h"
+#include "tests/support/error_of.h"
 #include "tests/support/time_limit.h"
 
 namespace hvt::test {
@@ -110,13 +111,16 @@ TEST(OpenPort, AnAbsentPortFailsWithTheSystemsText) {
   EXPECT_EQ(error, windows_error_text(ERROR_FILE_NOT_FOUND));
 }
 
+UniqueHandle new_pipe(const std::wstring& path) {
+  constexpr DWORD kMode = PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT;
+  return UniqueHandle(CreateNamedPipeW(path.c_str(), PIPE_ACCESS_DUPLEX, kMode, 1, 4'096, 4'096, 0, nullptr));
+}
+
 // A pipe can be opened by a full device path and refuses to be configured.
 TEST(OpenPort, ADeviceThatCannotBeConfiguredIsClosedAgain) {
   SerialSettings settings;
   settings.port = L"\\\\.\\pipe\\hvt-not-a-port-" + std::to_wstring(GetCurrentProcessId());
-  const UniqueHandle device(CreateNamedPipeW(settings.port.c_str(), PIPE_ACCESS_DUPLEX,
-                                             PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 4'096, 4'096,
-                                             0, nullptr));
+  const UniqueHandle device = new_pipe(settings.port);
   ASSERT_TRUE(device);
   std::wstring error;
   EXPECT_EQ(open_win32_port(settings, error), nullptr);
@@ -126,14 +130,9 @@ TEST(OpenPort, ADeviceThatCannotBeConfiguredIsClosedAgain) {
 }
 
 TEST(StreamTransport, NeedsAHandle) {
-  for (const HANDLE handle : {HANDLE{nullptr}, INVALID_HANDLE_VALUE}) {
-    try {
-      make_stream_transport(UniqueHandle(handle), StreamKind::kOther);
-      FAIL() << "no exception";
-    } catch (const std::runtime_error& failure) {
-      EXPECT_STREQ(failure.what(), "Cannot create overlapped stream");
-    }
-  }
+  for (const HANDLE handle : {HANDLE{nullptr}, INVALID_HANDLE_VALUE})
+    EXPECT_EQ(error_of([&] { make_stream_transport(UniqueHandle(handle), StreamKind::kOther); }),
+              "Cannot create overlapped stream");
 }
 
 struct Pipe {
@@ -144,9 +143,7 @@ struct Pipe {
 Pipe make_pipe(const wchar_t* name, StreamKind kind) {
   const std::wstring path = L"\\\\.\\pipe\\" + std::wstring(name) + std::to_wstring(GetCurrentProcessId());
   Pipe pipe;
-  pipe.device = UniqueHandle(CreateNamedPipeW(path.c_str(), PIPE_ACCESS_DUPLEX,
-                                              PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 4'096,
-                                              4'096, 0, nullptr));
+  pipe.device = new_pipe(path);
   pipe.transport =
       make_stream_transport(UniqueHandle(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                                      OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr)),

@@ -104,15 +104,9 @@ std::vector<RigKind> system_rig_kinds() {
     // No discard_ends_read: PurgeComm of Wine aborts nothing, and while Wine is about to hand bytes to a
     // waiting read, CancelIoEx does not find it (ERROR_NOT_FOUND). That read goes on and takes what comes for
     // 50 ms. The drivers of Windows end it within PurgeComm.
-    kinds.push_back({"MappedPort",
-                     {.idle_return = true,
-                      .write_blocks = true,
-                      .write_deadline = true,
-                      .unplug = true,
-                      .discard = true,
-                      .overtakes = true,
-                      .device_end = true},
-                     make_mapped_port_rig});
+    RigTraits traits = kSerialLine;
+    traits.discard_ends_read = false;
+    kinds.push_back({"MappedPort", traits, make_mapped_port_rig});
   }
   return kinds;
 }
