@@ -38,10 +38,10 @@ void report(benchmark::State& state, const std::string& name, std::vector<double
 // The program, connected, with the transmit panel open and "PING" in its first row.
 struct Program {
   explicit Program(const std::string& port)
-      : app(folder.path(), {},
-            [port] {
-              return std::vector<PortDescription>{{{port.begin(), port.end()}, L""}};
-            }),
+      : app(folder.path(), {.port_source =
+                                [port] {
+                                  return std::vector<PortDescription>{{{port.begin(), port.end()}, L""}};
+                                }}),
         window(app) {
     app.attach(window);
     app.command(ControlId::connect);

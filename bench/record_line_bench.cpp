@@ -89,10 +89,10 @@ class Meter {
 class Program {
  public:
   Program(const std::string& port, bool hex, bool display)
-      : app_(folder_.path(), {},
-             [port] {
-               return std::vector<PortDescription>{{{port.begin(), port.end()}, L""}};
-             }),
+      : app_(folder_.path(), {.port_source =
+                                  [port] {
+                                    return std::vector<PortDescription>{{{port.begin(), port.end()}, L""}};
+                                  }}),
         window_(app_) {
     app_.attach(window_);
     app_.command(ControlId::echo_sent);

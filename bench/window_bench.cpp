@@ -178,10 +178,11 @@ class Flooded {
   explicit Flooded(const std::vector<std::string>& device_arguments)
       : device_(device_arguments),
         port_(port_of(device_)),
-        app_(folder_.path() / "data", {},
-             [this] {
-               return std::vector<PortDescription>{{std::wstring(port_.begin(), port_.end()), L""}};
-             }),
+        app_(folder_.path() / "data",
+             {.port_source =
+                  [this] {
+                    return std::vector<PortDescription>{{std::wstring(port_.begin(), port_.end()), L""}};
+                  }}),
         window_(app_) {
     app_.attach(window_);
     window_.resize(1600, 1200);

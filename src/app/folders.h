@@ -11,4 +11,8 @@ std::filesystem::path executable_folder();
 // folder is writable, else $XDG_DATA_HOME/HalvetricSerialTest. The folder may not exist yet.
 std::filesystem::path data_folder();
 
+// The error log: below %LOCALAPPDATA% on Windows, below $XDG_STATE_HOME on Linux, in HalvetricSerialTest. Its
+// folder may not exist yet. Empty when the system names no such place.
+std::filesystem::path error_log_file();
+
 }  // namespace hvt

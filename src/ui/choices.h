@@ -34,6 +34,9 @@ inline constexpr std::array<std::wstring_view, 17> kFontSizes{L"8",  L"9",  L"10
 constexpr int font_points(std::size_t entry) {
   return static_cast<int>(entry) + 8;
 }
+constexpr std::size_t font_entry(int points) {
+  return static_cast<std::size_t>(points - 8);
+}
 
 // A rate at which what is done for the eye takes time away from receiving. Anything but digits is none.
 constexpr bool is_high_speed(std::wstring_view baud) {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/startup_mark.h"
 #include "ui/controls.h"
 #include "ui/dialogs.h"
 #include "ui/geometry.h"
@@ -149,7 +150,8 @@ class MainWindow {
   virtual bool input_waiting() const = 0;
 };
 
-// Defined by the face that is linked. The window is created hidden, with every control of kControls.
-std::unique_ptr<MainWindow> create_main_window(WindowEvents& events);
+// Defined by the face that is linked. The window is created hidden, with every control of kControls. Marks
+// "control creation begin", "controls created" and "fonts applied".
+std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark = ignore_mark);
 
 }  // namespace hvt

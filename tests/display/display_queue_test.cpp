@@ -129,28 +129,21 @@ TEST(DisplayQueue, becomes_full_exactly_at_its_limits) {
     DisplayQueue::Outcome last;
     std::uint64_t dropped;
   };
+  const auto long_one = [](std::size_t characters, std::uint64_t raw) {
+    return packet(std::wstring(characters, L'a'), raw);
+  };
+  const auto tx = [](std::uint64_t bytes) { return packet(L"[TX]", 0, bytes); };
+  const auto all = [](const auto&... batches) { return std::vector<DisplayBatch>{batches...}; };
   const Case cases[] = {
-      {"all of the bytes", {packet(L"a", 60), packet(L"b", 40)}, taken, 0},
-      {"one byte more", {packet(L"a", 60), packet(L"b", 41)}, became_full, 41},
-      {"more than all at once", {packet(L"a", 101)}, became_full, 101},
-      {"all of the characters",
-       {packet(std::wstring(500, L'a'), 1), packet(std::wstring(300, L'a'), 1)},
-       taken,
-       0},
-      {"one character more",
-       {packet(std::wstring(500, L'a'), 1), packet(std::wstring(301, L'a'), 7)},
-       became_full,
-       7},
-      {"text without bytes counts as one",
-       {packet(L"", 99), packet(L"[TX]", 0, 30), packet(L"[TX]", 0, 30)},
-       became_full,
-       1},
-      {"hidden bytes count", {packet(L"", 100), packet(L"a", 1)}, became_full, 1},
-      {"nothing is nothing", {packet(L"", 100), packet(L"", 0)}, taken, 0},
-      {"later ones are dropped and counted",
-       {packet(L"", 101), packet(L"a", 1), packet(L"[TX]", 0, 5)},
-       dropped,
-       102},
+      {"all of the bytes", all(packet(L"a", 60), packet(L"b", 40)), taken, 0},
+      {"one byte more", all(packet(L"a", 60), packet(L"b", 41)), became_full, 41},
+      {"more than all at once", all(packet(L"a", 101)), became_full, 101},
+      {"all of the characters", all(long_one(500, 1), long_one(300, 1)), taken, 0},
+      {"one character more", all(long_one(500, 1), long_one(301, 7)), became_full, 7},
+      {"text without bytes counts as one", all(packet(L"", 99), tx(30), tx(30)), became_full, 1},
+      {"hidden bytes count", all(packet(L"", 100), packet(L"a", 1)), became_full, 1},
+      {"nothing is nothing", all(packet(L"", 100), packet(L"", 0)), taken, 0},
+      {"later ones are dropped and counted", all(packet(L"", 101), packet(L"a", 1), tx(5)), dropped, 102},
   };
   for (const Case& one : cases) {
     DisplayQueue queue(100);

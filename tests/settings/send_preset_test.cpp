@@ -4,12 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 
 #include "base/text.h"
 #include "settings/data_file.h"
-#include "tests/settings/awkward.h"
 #include "tests/support/error_of.h"
 #include "tests/support/folder.h"
 
@@ -38,17 +36,6 @@ TEST(SendPreset, the_file_is_written_byte_for_byte) {
   ]
 }
 )");
-}
-
-TEST(SendPreset, ten_texts_come_back_as_they_were) {
-  const test::Folder folder;
-  const auto path = folder.path() / "preset.json";
-  std::mt19937 random(3);
-  for (int round = 0; round < 20; ++round) {
-    const SendItems items = test::awkward_settings(random).send_items;
-    save_send_preset_file(path, items);
-    ASSERT_EQ(load_send_preset_file(path), items) << read_data_file(path);
-  }
 }
 
 TEST(SendPreset, a_document_gives_ten_texts_or_its_message) {

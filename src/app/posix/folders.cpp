@@ -32,4 +32,8 @@ std::filesystem::path data_folder() {
   return user_folder("XDG_DATA_HOME", ".local/share") / kProgram;
 }
 
+std::filesystem::path error_log_file() {
+  return user_folder("XDG_STATE_HOME", ".local/state") / kProgram / "error.log";
+}
+
 }  // namespace hvt

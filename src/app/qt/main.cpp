@@ -1,37 +1,47 @@
-#include <exception>
-#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
-#include "app/app.h"
-#include "app/folders.h"
+#include "app/run_application.h"
+#include "base/text.h"
+#include "self_test/self_test.h"
 #include "ui/main_window.h"
 #include "ui/qt/application.h"
 
 namespace {
 
-// The window goes before the app, also after a failure, and the app must not use it any more then.
-struct DetachAtEnd {
-  ~DetachAtEnd() { app.detach(); }
-  hvt::App& app;
-};
+class QtFace final : public hvt::Face {
+ public:
+  // The toolkit removes from the arguments what is meant for it.
+  QtFace(int& argument_count, char** arguments) : argument_count_(argument_count), arguments_(arguments) {}
 
-int run(hvt::Application& application) {
-  hvt::App app(hvt::data_folder());
-  const std::unique_ptr<hvt::MainWindow> window = hvt::create_main_window(app);
-  const DetachAtEnd detach_at_end{app};
-  app.attach(*window);
-  const int code = application.run();
-  app.closing();
-  return code;
-}
+  void prepare(hvt::RunMode mode) override {
+    if (mode == hvt::RunMode::self_test && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+      qputenv("QT_QPA_PLATFORM", "offscreen");
+    application_.emplace(argument_count_, arguments_);
+  }
+  std::unique_ptr<hvt::MainWindow> create_window(hvt::WindowEvents& events,
+                                                 const hvt::StartupMark& mark) override {
+    return hvt::create_main_window(events, mark);
+  }
+  int serve(hvt::MainWindow&) override { return application_->run(); }
+  void show_fatal_error(const std::exception& error) override {
+    if (!application_) application_.emplace(argument_count_, arguments_);
+    hvt::show_fatal_error(error);
+  }
+
+ private:
+  int& argument_count_;
+  char** const arguments_;
+  std::optional<hvt::Application> application_;
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  hvt::Application application(argc, argv);
-  try {
-    return run(application);
-  } catch (const std::exception& error) {
-    hvt::show_fatal_error(error);
-    return 1;
-  }
+  std::vector<std::wstring> arguments;
+  for (int i = 1; i < argc; ++i)
+    arguments.push_back(hvt::utf8_to_utf16_lossy(argv[i]));
+  QtFace face(argc, argv);
+  return hvt::run_program(arguments, face, hvt::run_self_test);
 }

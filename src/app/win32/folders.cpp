@@ -24,4 +24,12 @@ std::filesystem::path data_folder() {
   return executable_folder();
 }
 
+std::filesystem::path error_log_file() {
+  std::wstring folder(kLongestPath, L'\0');
+  const DWORD length = GetEnvironmentVariableW(L"LOCALAPPDATA", folder.data(), kLongestPath);
+  if (length == 0 || length >= kLongestPath) return {};
+  folder.resize(length);
+  return std::filesystem::path(folder) / "HalvetricSerialTest" / "error.log";
+}
+
 }  // namespace hvt

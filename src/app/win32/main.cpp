@@ -1,39 +1,35 @@
 #include <windows.h>
 
-#include <exception>
-#include <memory>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
 
-#include "app/app.h"
-#include "app/folders.h"
+#include "app/run_application.h"
+#include "self_test/self_test.h"
 #include "ui/main_window.h"
 #include "ui/win32/application.h"
 
 namespace {
 
-// The window goes before the app, also after a failure, and the app must not use it any more then.
-struct DetachAtEnd {
-  ~DetachAtEnd() { app.detach(); }
-  hvt::App& app;
-};
+class Win32Face final : public hvt::Face {
+ public:
+  void prepare(hvt::RunMode) override { libraries_.emplace(); }
+  std::unique_ptr<hvt::MainWindow> create_window(hvt::WindowEvents& events,
+                                                 const hvt::StartupMark& mark) override {
+    return hvt::create_main_window(events, mark);
+  }
+  int serve(hvt::MainWindow& window) override { return hvt::run_message_loop(window); }
+  void show_fatal_error(const std::exception& error) override { hvt::show_fatal_error(error); }
 
-int run_application() {
-  const hvt::InterfaceLibraries libraries;
-  hvt::App app(hvt::data_folder());
-  const std::unique_ptr<hvt::MainWindow> window = hvt::create_main_window(app);
-  const DetachAtEnd detach_at_end{app};
-  app.attach(*window);
-  const int code = hvt::run_message_loop(*window);
-  app.closing();
-  return code;
-}
+ private:
+  std::optional<hvt::InterfaceLibraries> libraries_;
+};
 
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
-  try {
-    return run_application();
-  } catch (const std::exception& error) {
-    hvt::show_fatal_error(error);
-    return 1;
-  }
+  const std::vector<std::wstring> arguments(__wargv + 1, __wargv + __argc);
+  Win32Face face;
+  return hvt::run_program(arguments, face, hvt::run_self_test);
 }

@@ -38,15 +38,15 @@ void register_window_class(WNDPROC procedure) {
 
 }  // namespace
 
-std::unique_ptr<MainWindow> create_main_window(WindowEvents& events) {
-  return std::make_unique<Win32MainWindow>(events);
+std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark) {
+  return std::make_unique<Win32MainWindow>(events, mark);
 }
 
-Win32MainWindow::Win32MainWindow(WindowEvents& events)
+Win32MainWindow::Win32MainWindow(WindowEvents& events, const StartupMark& mark)
     : events_(events), look_(build_theme_palette(false, desktop_colors())) {
   register_window_class(&Win32MainWindow::procedure);
   try {
-    create_native();
+    create_native(mark);
   } catch (...) {
     if (handle() != nullptr) DestroyWindow(handle());
     throw;
@@ -59,10 +59,11 @@ Win32MainWindow::~Win32MainWindow() {
   if (handle() != nullptr) DestroyWindow(handle());
 }
 
-void Win32MainWindow::create_native() {
+void Win32MainWindow::create_native(const StartupMark& mark) {
   CreateWindowExW(WS_EX_CONTROLPARENT, kMainWindowClass, L"", kWindowStyle, CW_USEDEFAULT, CW_USEDEFAULT,
                   CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, GetModuleHandleW(nullptr), this);
   if (handle() == nullptr) throw std::runtime_error("Could not create the main window.");
+  mark("control creation begin");
   controls_.create(handle(), look_);
   receive_view_.attach(controls_[ControlId::receive_view]);
   tips_.create(handle(), controls_[ControlId::status]);
@@ -73,7 +74,9 @@ void Win32MainWindow::create_native() {
   });
   style_native_parts();
   SendMessageW(handle(), WM_CHANGEUISTATE, MAKEWPARAM(UIS_INITIALIZE, 0), 0);
+  mark("controls created");
   fit_to_dpi(static_cast<int>(GetDpiForWindow(handle())));
+  mark("fonts applied");
 }
 
 void Win32MainWindow::fit_to_dpi(int dpi) {
@@ -137,7 +140,7 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   if (target == nullptr) return;
   const ControlKind kind = control(change.id).kind;
   const ControlState& state = change.state;
-  controls_.set_caption(change.id, state.caption);
+  if (kind != ControlKind::counter) controls_.set_caption(change.id, state.caption);
   set_description(change.id, state);
   if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);

@@ -40,7 +40,7 @@ inline constexpr UINT kDialogMessage = WM_APP + 17;
 // Ends      with the object, or earlier when the person or the system closes the native window.
 class Win32MainWindow final : public MainWindow {
  public:
-  explicit Win32MainWindow(WindowEvents& events);
+  explicit Win32MainWindow(WindowEvents& events, const StartupMark& mark = ignore_mark);
   ~Win32MainWindow() override;
   Win32MainWindow(const Win32MainWindow&) = delete;
   Win32MainWindow& operator=(const Win32MainWindow&) = delete;
@@ -132,7 +132,7 @@ class Win32MainWindow final : public MainWindow {
   Answer on_destroy(const Message& message);
   Answer on_gone(const Message& message);
 
-  void create_native();
+  void create_native(const StartupMark& mark);
   void fit_to_dpi(int dpi);
   void apply_one(const ControlChange& change);
   void set_description(ControlId id, const ControlState& state);

@@ -14,7 +14,7 @@
 int main(int argc, char** argv) {
   hvt::Application application(argc, argv);
   if (argc < 2) return 2;
-  hvt::App app(argv[1], {}, [] { return std::vector<hvt::PortDescription>(); });
+  hvt::App app(argv[1], {.port_source = [] { return std::vector<hvt::PortDescription>(); }});
   const auto window = hvt::create_main_window(app);
   app.attach(*window);
   if (argc > 2 && std::string_view(argv[2]) == "expanded") app.command(hvt::ControlId::transmit);
