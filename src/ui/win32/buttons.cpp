@@ -75,18 +75,18 @@ FaceColors push_colors(const View& view) {
   const COLORREF inside = face_color(view);
   const COLORREF rest = mixed(view.ground(), look[ThemeColor::border], look.dark() ? 45 : 100);
   if (!view.enabled)
-    return {inside, mixed(view.ground(), rest, kDisabledFace), look.disabled_text_on(inside)};
+    return {inside, mixed(view.ground(), rest, kDisabledFace), look[ThemeColor::disabled_text]};
   return {inside, view.hovered() ? look[ThemeColor::accent] : rest, look.text_on(inside)};
 }
 
 FaceColors primary_colors(const View& view) {
   if (!view.enabled) return push_colors(view);
   const Look& look = view.look;
-  const COLORREF rest = look[ThemeColor::primary_button];
+  const COLORREF rest = look.filled();
   COLORREF inside = rest;
   if (view.hovered()) inside = mixed(rest, RGB(0, 0, 0), kPrimaryHover);
   if (view.pushed) inside = mixed(rest, RGB(0, 0, 0), 2 * kPrimaryHover);
-  return {inside, inside, legible(look[ThemeColor::selection_text], inside)};
+  return {inside, inside, look[ThemeColor::selection_text]};
 }
 
 FaceColors badge_colors(const View& view) {
@@ -101,7 +101,7 @@ FaceColors flat_colors(const View& view) {
   const COLORREF ground = view.ground();
   const COLORREF raised = look.dark() ? look[ThemeColor::field] : look[ThemeColor::header];
   const COLORREF inside = view.pushed || view.hovered() ? raised : ground;
-  return {inside, inside, view.enabled ? look.text_on(inside) : look.disabled_text_on(inside)};
+  return {inside, inside, view.enabled ? look.text_on(inside) : look[ThemeColor::disabled_text]};
 }
 
 FaceColors face_colors(const View& view) {
@@ -199,10 +199,10 @@ void paint_mark(const View& view, const RECT& box) {
     view.canvas.framed(box, radius, inside, edge);
     return;
   }
-  COLORREF fill = look[ThemeColor::primary_button];
+  COLORREF fill = look.filled();
   if (view.hovered() || view.pushed) fill = mixed(fill, RGB(0, 0, 0), kPrimaryHover);
   if (!view.enabled) fill = mixed(view.ground(), look[ThemeColor::disabled_text], 55);
-  const COLORREF sign = view.enabled ? legible(look[ThemeColor::selection_text], fill) : view.ground();
+  const COLORREF sign = view.enabled ? look[ThemeColor::selection_text] : view.ground();
   view.canvas.rounded(box, radius, fill);
   if (!round) return paint_tick(view, box, sign);
   RECT dot = box;
@@ -221,7 +221,7 @@ void paint_marked(const View& view) {
   paint_mark(view, box);
   RECT area = view.client;
   area.left = box.right + std::lround(kMarkGap * view.unit);
-  const COLORREF color = view.enabled ? view.look.text_on(ground) : view.look.disabled_text_on(ground);
+  const COLORREF color = view.enabled ? view.look.text_on(ground) : view.look[ThemeColor::disabled_text];
   const std::wstring caption = window_text(view.window);
   view.canvas.text(caption, area, font_of(view.window), color, kCaptionFormat | DT_LEFT);
   if (!view.focused) return;
@@ -238,7 +238,7 @@ void paint_entry(const View& view) {
   const bool lit = view.pushed && view.enabled;
   const COLORREF inside = lit ? look[ThemeColor::list_selection] : ground;
   if (lit) view.canvas.rounded(view.client, kRadius * view.unit, inside);
-  const COLORREF color = !view.enabled ? look.disabled_text_on(inside)
+  const COLORREF color = !view.enabled ? look[ThemeColor::disabled_text]
                          : lit         ? look.text_on(inside, ThemeColor::selection_text)
                                        : look.text_on(inside);
   if (view.button.kind == ButtonLook::marked_entry && view.checked) {

@@ -12,6 +12,7 @@ namespace hvt {
 namespace {
 
 constexpr UINT_PTR kSubclass = 0;
+constexpr UINT kSetPlaceholder = WM_APP;            // to a choice; the second parameter points to the text
 constexpr WPARAM kField = static_cast<WPARAM>(-1);  // in place of an entry's index
 constexpr UINT kNoEntry = static_cast<UINT>(-1);
 constexpr int kSidePadding = 4;    // logical pixels left of a text
@@ -63,7 +64,7 @@ void paint_field(HWND choice, const Choice& state) {
 
     const auto selected = selected_entry(choice);
     const ThemeColor slot = selected ? ThemeColor::text : ThemeColor::secondary_text;
-    const COLORREF color = enabled ? look.text_on(inside, slot) : look.disabled_text_on(inside);
+    const COLORREF color = enabled ? look.text_on(inside, slot) : look[ThemeColor::disabled_text];
     paint_chevron(choice, canvas, client, color);
     RECT area = client;
     area.left += scaled(choice, kSidePadding + 3);
@@ -86,6 +87,7 @@ LRESULT CALLBACK choice_procedure(HWND choice, UINT message, WPARAM first, LPARA
   switch (message) {
     case WM_ERASEBKGND: return 1;
     case WM_PAINT: paint_field(choice, *state); return 0;
+    case kSetPlaceholder: state->placeholder = *reinterpret_cast<const std::wstring_view*>(second); return 0;
     case WM_NCDESTROY:
       RemoveWindowSubclass(choice, choice_procedure, kSubclass);
       delete state;
@@ -131,9 +133,7 @@ void make_choice(HWND choice, const Look& look, ThemeColor ground) {
 
 void set_choice_entries(HWND choice, std::span<const std::wstring> entries,
                         std::optional<std::size_t> selected, std::wstring_view placeholder) {
-  DWORD_PTR data = 0;
-  if (GetWindowSubclass(choice, choice_procedure, kSubclass, &data))
-    reinterpret_cast<Choice*>(data)->placeholder = placeholder;
+  SendMessageW(choice, kSetPlaceholder, 0, reinterpret_cast<LPARAM>(&placeholder));
   SendMessageW(choice, CB_RESETCONTENT, 0, 0);
   for (const std::wstring& entry : entries)
     SendMessageW(choice, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));

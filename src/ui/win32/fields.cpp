@@ -12,6 +12,7 @@ namespace hvt {
 namespace {
 
 constexpr UINT_PTR kSubclass = 0;
+constexpr UINT kSetHint = WM_APP;  // to a field; the second parameter points to the text
 constexpr int kFrame = 1;
 constexpr int kSidePadding = 4;  // logical pixels
 
@@ -76,7 +77,7 @@ void paint_hint(HWND edit, const Field& field) {
   const COLORREF ground = look[enabled ? field.surface : ThemeColor::disabled_field];
   SetBkMode(dc, TRANSPARENT);
   SetTextColor(dc,
-               enabled ? look.text_on(ground, ThemeColor::secondary_text) : look.disabled_text_on(ground));
+               enabled ? look.text_on(ground, ThemeColor::secondary_text) : look[ThemeColor::disabled_text]);
   DrawTextW(dc, field.hint.c_str(), static_cast<int>(field.hint.size()), &client,
             DT_SINGLELINE | DT_NOPREFIX);
   SelectObject(dc, before);
@@ -101,6 +102,10 @@ LRESULT CALLBACK field_procedure(HWND edit, UINT message, WPARAM first, LPARAM s
                                  DWORD_PTR data) {
   auto* const field = reinterpret_cast<Field*>(data);
   switch (message) {
+    case kSetHint:
+      field->hint = *reinterpret_cast<const std::wstring_view*>(second);
+      InvalidateRect(edit, nullptr, TRUE);
+      return 0;
     case WM_NCCALCSIZE: shrink_to_text_line(edit, *reinterpret_cast<RECT*>(second)); return 0;
     case WM_NCPAINT: paint_surround(edit, *field); return 0;
     case WM_NCHITTEST: return HTCLIENT;
@@ -158,10 +163,7 @@ void make_field(HWND edit, const Look& look, ThemeColor ground, ThemeColor surfa
 }
 
 void set_field_hint(HWND edit, std::wstring_view hint) {
-  DWORD_PTR data = 0;
-  if (!GetWindowSubclass(edit, field_procedure, kSubclass, &data)) return;
-  reinterpret_cast<Field*>(data)->hint = hint;
-  InvalidateRect(edit, nullptr, TRUE);
+  SendMessageW(edit, kSetHint, 0, reinterpret_cast<LPARAM>(&hint));
 }
 
 void make_receive_field(HWND rich_edit, const Look& look) {

@@ -8,8 +8,7 @@ namespace hvt {
 namespace {
 
 constexpr double kReadable = 4.5;
-constexpr int kStep = 10;          // percent towards black or white
-constexpr int kDisabledText = 75;  // percent of the slot's colour
+constexpr int kStep = 10;  // percent towards black or white
 
 double linear(BYTE channel) {
   const double value = channel / 255.0;
@@ -59,12 +58,12 @@ HBRUSH Look::brush(ThemeColor surface) const {
   return static_cast<HBRUSH>(brushes_[static_cast<std::size_t>(surface)].get());
 }
 
-COLORREF Look::text_on(COLORREF ground, ThemeColor wanted) const {
-  return legible((*this)[wanted], ground);
+COLORREF Look::filled() const {
+  return legible((*this)[ThemeColor::primary_button], (*this)[ThemeColor::selection_text]);
 }
 
-COLORREF Look::disabled_text_on(COLORREF ground) const {
-  return mixed(ground, (*this)[ThemeColor::disabled_text], kDisabledText);
+COLORREF Look::text_on(COLORREF ground, ThemeColor wanted) const {
+  return legible((*this)[wanted], ground);
 }
 
 }  // namespace hvt

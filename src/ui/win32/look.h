@@ -41,7 +41,8 @@ class Look {
 
   // Text that is readable on a surface, whatever its slot says.
   COLORREF text_on(COLORREF ground, ThemeColor wanted = ThemeColor::text) const;
-  COLORREF disabled_text_on(COLORREF ground) const;
+  // A primary button or a mark, dark enough for the colour of selected text.
+  COLORREF filled() const;
 
  private:
   ThemePalette palette_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <utility>
 
 #include "ui/win32/native_controls.h"
 
@@ -12,13 +13,14 @@ namespace hvt {
 namespace {
 
 constexpr UINT_PTR kStaticSubclass = 1;
+constexpr UINT kSetTextColor = WM_APP;  // to a static text; the first parameter is the colour
 
 void paint_static(HWND control, const StaticText& text) {
   paint_window(control, [&](Canvas& canvas, const RECT& client) {
     const Look& look = *text.painted.look;
     const COLORREF ground = look[text.painted.ground];
     const COLORREF color =
-        IsWindowEnabled(control) ? look.text_on(ground, text.text) : look.disabled_text_on(ground);
+        IsWindowEnabled(control) ? look.text_on(ground, text.text) : look[ThemeColor::disabled_text];
     canvas.fill(client, ground);
     const UINT cut = text.ellipsis ? DT_END_ELLIPSIS : 0;
     canvas.text(window_text(control), client, font_of(control), color,
@@ -32,6 +34,10 @@ LRESULT CALLBACK static_procedure(HWND control, UINT message, WPARAM first, LPAR
   switch (message) {
     case WM_ERASEBKGND: return 1;
     case WM_PAINT: paint_static(control, *text); return 0;
+    case kSetTextColor:
+      if (std::exchange(text->text, static_cast<ThemeColor>(first)) != text->text)
+        InvalidateRect(control, nullptr, FALSE);
+      return 0;
     case WM_NCDESTROY:
       RemoveWindowSubclass(control, static_procedure, kStaticSubclass);
       delete text;
@@ -95,12 +101,7 @@ void make_static_text(HWND control, const StaticText& text) {
 }
 
 void set_text_color(HWND control, ThemeColor text) {
-  DWORD_PTR data = 0;
-  if (!GetWindowSubclass(control, static_procedure, kStaticSubclass, &data)) return;
-  auto& color = reinterpret_cast<StaticText*>(data)->text;
-  if (color == text) return;
-  color = text;
-  InvalidateRect(control, nullptr, FALSE);
+  SendMessageW(control, kSetTextColor, static_cast<WPARAM>(text), 0);
 }
 
 }  // namespace hvt

@@ -44,7 +44,7 @@ ThemeColor text_color_of(const ControlRow& row, StatusTone tone) {
 ControlColors control_colors(const Look& look, const ControlRow& row, bool enabled) {
   const ThemeColor surface = enabled ? field_surface_of(row) : ThemeColor::disabled_field;
   const COLORREF ground = look[surface];
-  return {enabled ? look.text_on(ground) : look.disabled_text_on(ground), ground, look.brush(surface)};
+  return {enabled ? look.text_on(ground) : look[ThemeColor::disabled_text], ground, look.brush(surface)};
 }
 
 Sections sections_of(const Placement& placement) {

@@ -20,17 +20,9 @@ namespace {
 
 using Log = std::vector<std::string>;
 
-std::wstring class_of(HWND window) {
-  wchar_t name[64]{};
-  GetClassNameW(window, name, 64);
-  return name;
-}
-
 std::wstring expected_class(ControlKind kind) {
+  if (is_push(kind)) return L"BUTTON";
   switch (kind) {
-    case ControlKind::button:
-    case ControlKind::check:
-    case ControlKind::radio: return L"BUTTON";
     case ControlKind::choice: return L"COMBOBOX";
     case ControlKind::packet_edit:
     case ControlKind::number_edit:
@@ -41,14 +33,9 @@ std::wstring expected_class(ControlKind kind) {
 }
 
 bool takes_tab(std::size_t row) {
-  switch (kControls[row].kind) {
-    case ControlKind::label:
-    case ControlKind::title:
-    case ControlKind::counter:
-    case ControlKind::status: return false;
-    case ControlKind::radio: return kControls[row - 1].kind != ControlKind::radio;
-    default: return true;
-  }
+  const ControlKind kind = kControls[row].kind;
+  if (kind == ControlKind::radio) return kControls[row - 1].kind != ControlKind::radio;
+  return !is_static_text(kind) && kind != ControlKind::status;
 }
 
 Rect rect_of(HWND parent, HWND child) {
@@ -64,17 +51,6 @@ Placement grid_placement() {
   for (std::size_t i = 0; i < kControlCount; ++i)
     placement[i] = {static_cast<int>(i % 6) * 120, static_cast<int>(i / 6) * 40, 110, 26};
   return placement;
-}
-
-// Handles what waits in the thread's queue; true when the loop would end.
-bool pump(const Win32MainWindow& window) {
-  MSG message{};
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) return true;
-    if (window.handle() != nullptr && IsDialogMessageW(window.handle(), &message)) continue;
-    DispatchMessageW(&message);
-  }
-  return false;
 }
 
 TEST(Win32Face, EveryControlIsThereWithItsClassIdAndPlaceInTheOrder) {
@@ -94,14 +70,14 @@ TEST(Win32Face, EveryControlIsThereWithItsClassIdAndPlaceInTheOrder) {
 
 TEST(Win32Face, TheTabKeyFollowsTheTable) {
   const Face face;
-  HWND at = face.native(ControlId::port);
+  HWND at = face.native(ControlId::menu_language);
   for (std::size_t row = 0; row < kControlCount; ++row) {
     if (!takes_tab(row)) continue;
     SCOPED_TRACE(kControls[row].name);
     EXPECT_EQ(GetDlgCtrlID(at), native_id(kControls[row].id));
     at = GetNextDlgTabItem(face.window.handle(), at, FALSE);
   }
-  EXPECT_EQ(at, face.native(ControlId::port));
+  EXPECT_EQ(at, face.native(ControlId::menu_language));
 }
 
 TEST(Win32Face, TheTabKeyStopsAtTheCheckedRadioButton) {
@@ -157,7 +133,7 @@ TEST(Win32Face, ChangesByTheProgramRaiseNoEvent) {
   face.window.set_title(L"title");
   face.window.place(grid_placement());
   face.window.measure();
-  pump(face.window);
+  face.pump();
   EXPECT_EQ(face.events.take(), Log{});
   EXPECT_EQ(face.window.field_text(ControlId::packet_10), L"AT<CR>");
   EXPECT_EQ(face.window.field_caret(ControlId::packet_10), 2u);
@@ -356,7 +332,7 @@ TEST(Win32Face, PostedMessagesAndTimersArriveWithTheirNumbers) {
   std::thread([&] { accepted = face.window.post(kDisplayMessage); }).join();
   EXPECT_TRUE(accepted);
   SendMessageW(face.window.handle(), WM_TIMER, 7, 0);
-  pump(face.window);
+  face.pump();
   EXPECT_EQ(face.events.take(), (Log{"message 275 7", "message 32770 0"}));
 }
 
@@ -366,7 +342,7 @@ TEST(Win32Face, ClosingIsToldOnceAndEverythingAfterwardsIsHarmless) {
   SendMessageW(face.window.handle(), WM_CLOSE, 0, 0);
   EXPECT_EQ(face.events.take(), Log{"closing"});
   EXPECT_EQ(face.window.handle(), nullptr);
-  EXPECT_TRUE(pump(face.window)) << "the message loop ends";
+  EXPECT_TRUE(face.pump()) << "the message loop ends";
 
   face.apply_plain_states();
   face.window.place(grid_placement());
@@ -412,7 +388,9 @@ TEST(Win32Face, AFailureInAnEventEndsTheLoopAndSilencesTheWindow) {
   } catch (const std::runtime_error& error) {
     EXPECT_STREQ(error.what(), "first failure");
   }
-  pump(window);
+  MSG message{};
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+    DispatchMessageW(&message);
   EXPECT_EQ(events.take(), Log{"failed"});
 }
 

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "receive_view_rig.h"
@@ -16,38 +15,14 @@ namespace {
 
 using ReceiveMenu = ReceiveViewTest;
 
-// While it lives, the entries of every menu that opens on this thread are noted; "-" marks a disabled one.
-class MenuWatch {
- public:
-  MenuWatch() : hook_(SetWindowsHookExW(WH_CALLWNDPROC, note, nullptr, GetCurrentThreadId())) {}
-  ~MenuWatch() { UnhookWindowsHookEx(hook_); }
-  MenuWatch(const MenuWatch&) = delete;
-  MenuWatch& operator=(const MenuWatch&) = delete;
-
-  std::wstring take() { return std::exchange(seen(), {}); }
-
- private:
-  static std::wstring& seen() {
-    static std::wstring text;
-    return text;
-  }
-
-  static LRESULT CALLBACK note(int code, WPARAM first, LPARAM second) {
-    const auto& message = *reinterpret_cast<const CWPSTRUCT*>(second);
-    if (message.message == WM_INITMENUPOPUP) {
-      const auto menu = reinterpret_cast<HMENU>(message.wParam);
-      for (UINT i = 0; i < static_cast<UINT>(GetMenuItemCount(menu)); ++i) {
-        wchar_t caption[64]{};
-        GetMenuStringW(menu, i, caption, 64, MF_BYPOSITION);
-        const bool enabled = (GetMenuState(menu, i, MF_BYPOSITION) & MF_GRAYED) == 0;
-        seen().append(enabled ? L"[" : L"-[").append(caption).append(L"]");
-      }
-    }
-    return CallNextHookEx(nullptr, code, first, second);
-  }
-
-  HHOOK hook_;
-};
+// The entries of the open menu; "-" marks a disabled one.
+std::wstring open_entries() {
+  std::wstring seen;
+  HWND entry = GetWindow(FindWindowW(L"HalvetricSerialTest.Menu", nullptr), GW_CHILD);
+  for (; entry != nullptr; entry = GetWindow(entry, GW_HWNDNEXT))
+    seen.append(IsWindowEnabled(entry) ? L"[" : L"-[").append(window_text(entry)).append(L"]");
+  return seen;
+}
 
 std::wstring clipboard_text() {
   std::wstring result;
@@ -61,15 +36,17 @@ std::wstring clipboard_text() {
 }
 
 TEST_F(ReceiveMenu, CopiesAndSelectsInEitherLanguage) {
-  MenuWatch menus;
   int navigated = 0;
   view_.on_navigated([&] { ++navigated; });
-  // The open menu takes the keys that wait by then.
+  face_.window.show();
+  SetFocus(control_);
   const auto open_menu = [&](UINT message, LPARAM where, const std::vector<WPARAM>& keys) {
-    for (const WPARAM key : keys)
-      PostMessageW(control_, WM_KEYDOWN, key, 0);
     edit_.send(message, 0, where);
-    return menus.take();
+    const std::wstring seen = open_entries();
+    for (const WPARAM key : keys)
+      face_.press(key);
+    EXPECT_EQ(open_entries(), L"") << "the menu is closed";
+    return seen;
   };
   constexpr LPARAM kByKeyboard = -1;
   EXPECT_EQ(open_menu(WM_CONTEXTMENU, kByKeyboard, {VK_ESCAPE}), L"-[Copy]-[Select all]");
@@ -79,15 +56,31 @@ TEST_F(ReceiveMenu, CopiesAndSelectsInEitherLanguage) {
   EXPECT_EQ(edit_.selection().cpMin, 0);
   EXPECT_LE(12, edit_.selection().cpMax);
   EXPECT_EQ(navigated, 1) << "what a person selects must not be followed away";
+  EXPECT_EQ(GetFocus(), control_);
   view_.set_language(Language::korean);
   const std::wstring korean{L"[\xBCF5\xC0AC][\xBAA8\xB450 \xC120\xD0DD]"};
   EXPECT_EQ(open_menu(WM_CONTEXTMENU, kByKeyboard, {VK_DOWN, VK_RETURN}), korean);
   EXPECT_EQ(clipboard_text(), L"first\r\nsecond");
+}
 
-  RECT window{};
-  GetWindowRect(control_, &window);
-  const LPARAM scroll_bar = MAKELPARAM(window.right - 3, window.top + 40);
-  EXPECT_NE(open_menu(WM_CONTEXTMENU, scroll_bar, {VK_ESCAPE}), korean) << "it has a menu of its own";
+// The fields' menu, on a field with text and a selection.
+TEST_F(ReceiveMenu, AFieldOffersWhatCanBeDone) {
+  face_.apply_plain_states();
+  face_.window.show();
+  const HWND field = face_.native(ControlId::packet_1);
+  face_.window.set_field_text(ControlId::packet_1, L"AT<CR>", 0);
+  SendMessageW(field, EM_SETSEL, 0, 2);
+  SendMessageW(field, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(field), -1);
+  EXPECT_EQ(open_entries().substr(0, 11), L"[Cut][Copy]");
+  face_.press(VK_DOWN);
+  face_.press(VK_RETURN);
+  EXPECT_EQ(face_.window.field_text(ControlId::packet_1), L"<CR>");
+  EXPECT_EQ(clipboard_text(), L"AT");
+  SendMessageW(field, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(field), -1);
+  EXPECT_EQ(open_entries(), L"-[Cut]-[Copy][Paste][Select all]");
+  face_.press(VK_DOWN);
+  face_.press(VK_RETURN);
+  EXPECT_EQ(face_.window.field_text(ControlId::packet_1), L"AT<CR>");
 }
 
 }  // namespace

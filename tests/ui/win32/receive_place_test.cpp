@@ -314,7 +314,8 @@ TEST_F(ReceivePlace, WhatTheProgramDoesIsNoNavigation) {
   view_.trim_head(100);
   append_following(lines(150, 50));
   view_.set_appearance(Appearance::dark);
-  view.set_font(kFixedFace, 12, 96);
+  view.set_dpi(192);
+  view_.set_font_points(12);
   Placement placement{};
   placement[index_of(ControlId::receive_view)] = {0, 0, 300, 100};
   face_.window.place(placement);

@@ -204,7 +204,8 @@ TEST_F(ReceiveViewTest, FontSizeAndStyleSurviveColouredInsertions) {
     for (const int dpi : {96, 144, 192}) {
       SCOPED_TRACE(std::to_string(points) + " points at " + std::to_string(dpi));
       view_.clear();
-      view.set_font(kFixedFace, points, dpi);
+      view.set_dpi(dpi);
+      view_.set_font_points(points);
       view_.append(batch_of({{L"abc\r\n", ColorRole::rx_payload}, {L"\uD55C", ColorRole::late}}));
       view_.append(batch_of({{L"plain", ColorRole::rx_payload}}));
       view_.trim_head(2);
