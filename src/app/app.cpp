@@ -1,5 +1,6 @@
 #include "app/app.h"
 
+#include <algorithm>
 #include <thread>
 #include <utility>
 
@@ -33,6 +34,7 @@ void App::attach(MainWindow& window, const StartupMark& mark) {
   window.receive_view().on_navigated([this] { pause_display(); });
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
   const bool has_saved_size = load_settings(mark);
+  apply_theme();
   mark("settings applied");
   window.receive_view().set_language(facts_.language);
   update_controls();
@@ -41,11 +43,12 @@ void App::attach(MainWindow& window, const StartupMark& mark) {
   show_ports();
   mark("ports enumerated");
   update_controls();
-  show_status(words(TextId::status_ready));
+  show_status(TextId::status_ready);
   metrics_changed();
   place_window(has_saved_size);
   window.show();
   window.start_timer(kDisplayTimer, kDisplayTimerMilliseconds);
+  start_update_check();
 }
 
 void App::detach() {
@@ -59,6 +62,8 @@ void App::detach() {
 
 void App::command(ControlId id) {
   switch (id) {
+    case ControlId::update_badge: return show_dialog(DialogId::update);
+    case ControlId::always_on_top: return toggle_always_on_top();
     case ControlId::refresh: return refresh_ports();
     case ControlId::connect: return facts_.link == LinkState::disconnected ? connect() : disconnect();
     case ControlId::receive_ascii: return set_display_format(false);
@@ -87,6 +92,7 @@ void App::command(ControlId id) {
 void App::chosen(ControlId id) {
   if (id == ControlId::baud) return baud_chosen();
   if (id == ControlId::buffer_size) return set_buffer_size(), save_settings();
+  if (id == ControlId::font_size) return set_font_size(), save_settings();
   if (id != ControlId::port) return;  // the line settings are read when connecting
   if (const auto row = window_->selected_choice(id)) ports_.choose(*row);
 }
@@ -111,12 +117,17 @@ void App::metrics_changed() {
   show_line_count();
 }
 
+// A screen with less room than the contents need limits the window, not the contents.
 Size App::minimum_client_size(int proposed_width) {
-  return hvt::minimum_client_size(metrics_, proposed_width, {facts_.transmit_expanded});
+  const Size least = hvt::minimum_client_size(metrics_, proposed_width, {facts_.transmit_expanded});
+  if (!window_) return least;
+  const Size largest = window_->largest_client_size();
+  return {std::min(least.width, largest.width), std::min(least.height, largest.height)};
 }
 
 void App::closing() {
   if (std::exchange(closed_, true)) return;
+  check_.reset();
   disconnect();
   if (!window_) return;
   drain_recording();
@@ -167,6 +178,8 @@ void App::update_controls() {
   }
   shown_ = states;
   if (!changes.empty()) window_->apply(changes);
+  const MenuStates menus = menu_rules(facts_);
+  if (std::exchange(shown_menus_, menus) != menus) window_->set_menus(menus);
 }
 
 void App::relayout() {
@@ -174,22 +187,32 @@ void App::relayout() {
   window_->place(layout(metrics_, client_, {facts_.transmit_expanded}));
 }
 
-void App::show_status(std::wstring_view text) {
-  window_->set_status(text, StatusTone::plain);
+void App::fit_window(Size room) {
+  const Size client = window_->client_size();
+  const Size fitting = fit_client_size(metrics_, client, {facts_.transmit_expanded}, room);
+  const bool may_change = client != Size{} && !window_->current_place().maximized;
+  if (fitting != client && may_change) {
+    window_->set_client_size(fitting);
+  } else {
+    relayout();
+  }
 }
 
-void App::show_error(std::wstring_view english) {
-  window_->set_status(localized_message(english, facts_.language), StatusTone::error);
+Size App::room() const {
+  const Size screen = window_->largest_client_size();
+  const Size client = window_->client_size();
+  return {std::max(screen.width, client.width), std::max(screen.height, client.height)};
 }
 
-void App::report_error(std::wstring_view english) {
-  log_error(english);
-  show_error(english);
+void App::set_status(StatusText text, StatusTone tone) {
+  window_->set_status(text.in(facts_.language), tone);
+  status_ = std::move(text);
+  status_tone_ = tone;
 }
 
-void App::report_error(const std::function<std::wstring(Language)>& text) {
-  log_error(text(Language::english));
-  window_->set_status(text(facts_.language), StatusTone::error);
+void App::report_error(const StatusText& text) {
+  log_error(text.in(Language::english));
+  show_error(text);
 }
 
 void App::log_error(std::wstring_view english) {

@@ -15,12 +15,15 @@
 #include "app/port_selection.h"
 #include "app/recorder.h"
 #include "app/settings_binding.h"
+#include "app/status_text.h"
 #include "app/task_queue.h"
 #include "base/guarded.h"
 #include "base/startup_mark.h"
 #include "serial/serial_port.h"
 #include "transmit/repeat_engine.h"
 #include "ui/main_window.h"
+#include "update/startup_update_check.h"
+#include "update/update_status.h"
 
 namespace hvt {
 
@@ -31,6 +34,7 @@ struct AppServices {
   RecordingConfig recording = {};  // the limits of recordings; the rest is filled in at each start
   // Gets each serial or file error that is shown, in English. May be empty.
   std::function<void(std::wstring_view)> log_error = {};
+  StartupUpdateCheck::Fetch fetch_manifest = {};  // empty: nothing is asked
 };
 
 // The controller of the one window: turns what a person does into calls on the connection and the display,
@@ -76,8 +80,11 @@ class App final : public WindowEvents {
   void command(ControlId id) override;
   void chosen(ControlId id) override;
   void edited(ControlId id) override;
+  void menu_chosen(MenuItem item) override;
+  void dialog_link(DialogId id) override;
   void resized(Size client) override;
   void metrics_changed() override;
+  void appearance_changed() override;
   void closing() override;
   Size minimum_client_size(int proposed_width) override;
   void message(unsigned message, std::uintptr_t first, std::intptr_t second) override;
@@ -132,12 +139,29 @@ class App final : public WindowEvents {
   // Writes the differences between the facts and what the window shows.
   void update_controls();
   void relayout();
-  void show_status(std::wstring_view text);
-  void show_error(std::wstring_view english);
+  // Gives the window the size that its contents need now, as far as there is room.
+  void fit_window(Size room);
+  // What a person may use: the screen, or the window that reaches beyond it already.
+  Size room() const;
+  void set_status(StatusText text, StatusTone tone);
+  void show_status(StatusText text) { set_status(std::move(text), StatusTone::plain); }
+  void show_error(StatusText text) { set_status(std::move(text), StatusTone::error); }
   // An error of the line or of a file, which goes to the log as well.
-  void report_error(std::wstring_view english);
-  void report_error(const std::function<std::wstring(Language)>& text);
+  void report_error(const StatusText& text);
   void log_error(std::wstring_view english);
+
+  void choose_language(Language language);
+  void choose_theme(ThemeChoice theme);
+  bool apply_theme();
+  void toggle_always_on_top();
+  void set_font_size();
+  DialogContent dialog_content(DialogId id) const;
+  void show_dialog(DialogId id);
+  void refresh_dialog(DialogId id);
+  void open_homepage();
+  void start_update_check();
+  void check_updates();
+  void update_checked(const UpdateResult& result);
   std::wstring_view words(TextId id) const { return text(id, facts_.language); }
 
   const std::filesystem::path data_folder_;
@@ -146,6 +170,13 @@ class App final : public WindowEvents {
   std::unique_ptr<DisplayPump> pump_;
   Facts facts_;
   std::optional<ControlStates> shown_;
+  std::optional<MenuStates> shown_menus_;
+  ThemePalette theme_;  // as set last
+  bool applying_theme_ = false;
+  StatusText status_;  // as shown
+  StatusTone status_tone_ = StatusTone::plain;
+  UpdateStatus update_;
+  std::optional<StartupUpdateCheck> check_;
   Metrics metrics_;
   Size client_;
   PortSelection ports_;
@@ -154,7 +185,7 @@ class App final : public WindowEvents {
   SerialSettings line_;  // of the latest connect()
   std::function<void()> after_recording_;
   bool told_metadata_error_ = false;  // in this session
-  std::wstring incomplete_;           // what was told of the last recording, if it is
+  StatusText incomplete_;             // what was told of the last recording, if it is
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};

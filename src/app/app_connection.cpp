@@ -26,7 +26,7 @@ void App::show_ports() {
 // Nothing, after showing why, when a field does not hold what it should.
 std::optional<SerialSettings> App::read_settings() {
   if (ports_.chosen().empty()) {
-    show_error(text(TextId::select_port_first, Language::english));
+    show_error(TextId::select_port_first);
     return std::nullopt;
   }
   SerialSettings settings;
@@ -61,14 +61,14 @@ void App::connect() {
       serial_.connect(*settings, seconds * 1000, [=, this](bool connected, const std::wstring& message) {
         post_to_ui([=, this] { connect_ended(attempt, connected, message, seconds); });
       });
-  if (!started) return report_error(text(TextId::cleanup_pending, Language::english));
+  if (!started) return report_error(TextId::cleanup_pending);
   ports_.mark_used();
   line_ = *settings;
-  incomplete_.clear();
+  incomplete_ = {};
   logged_line_errors_ = 0;
   logged_query_failure_ = false;
   facts_.link = LinkState::connecting;
-  show_status(connecting_to_text(settings->port, facts_.language));
+  show_status([port = settings->port](Language language) { return connecting_to_text(port, language); });
   update_controls();
 }
 
@@ -77,7 +77,9 @@ void App::connect_ended(std::uint64_t attempt, bool connected, const std::wstrin
   facts_.link = connected ? LinkState::connected : LinkState::disconnected;
   update_controls();
   if (connected) {
-    show_status(connected_to_text(ports_.chosen(), message, facts_.language));
+    show_status([port = ports_.chosen(), notice = message](Language language) {
+      return connected_to_text(port, notice, language);
+    });
   } else if (message == connect_timeout_text(seconds * 1000)) {
     report_error([=](Language language) { return connect_timed_out_text(seconds, language); });
   } else {
@@ -97,7 +99,7 @@ void App::disconnect() {
   recorder_.note_connection_end(closed_ ? L"application_closed" : L"disconnected");
   stop_recording();
   update_controls();
-  show_status(words(TextId::status_disconnected));
+  show_status(TextId::status_disconnected);
 }
 
 SerialPort::Callbacks App::serial_callbacks() {
@@ -131,9 +133,8 @@ void App::on_status(const SerialStatus& status) {
 void App::show_line_status(std::uint64_t attempt) {
   const auto status = new_status_.with([](auto& latest) { return std::exchange(latest, std::nullopt); });
   if (attempt != attempt_ || !status) return;
-  const auto line_error = [&](Language language) {
-    return line_error_text(status->last_error_mask, status->observations, language);
-  };
+  const StatusText line_error = [mask = status->last_error_mask, count = status->observations](
+                                    Language language) { return line_error_text(mask, count, language); };
   if (status->query_failed) {
     if (!std::exchange(logged_query_failure_, true)) log_error(status->error_text);
     return show_error(status->error_text);
@@ -141,7 +142,7 @@ void App::show_line_status(std::uint64_t attempt) {
   const bool known = (status->last_error_mask & ~logged_line_errors_) == 0;
   logged_line_errors_ |= status->last_error_mask;
   if (!known) return report_error(line_error);
-  window_->set_status(line_error(facts_.language), StatusTone::error);
+  show_error(line_error);
 }
 
 }  // namespace hvt

@@ -27,13 +27,15 @@ void App::pump_display() {
   if (result.more) wake_display();
   if (result.shown) show_line_count();
   if (result.became_full) {  // which must not hide that a recording failed
-    const std::wstring before = incomplete_.empty() ? L"" : incomplete_ + L" ";
-    window_->set_status(before + std::wstring(words(TextId::display_full)), StatusTone::error);
+    show_error([before = incomplete_](Language language) {
+      const std::wstring failed = before.empty() ? L"" : before.in(language) + L" ";
+      return failed + std::wstring(text(TextId::display_full, language));
+    });
   }
   if (result.lost_bytes == 0) return;
   lost_bytes_ += result.lost_bytes;
   recorder_.report_data_loss(receive_loss_text(lost_bytes_, Language::english));
-  window_->set_status(receive_loss_text(lost_bytes_, facts_.language), StatusTone::error);
+  show_error([lost = lost_bytes_](Language language) { return receive_loss_text(lost, language); });
 }
 
 void App::clear_display(bool undisturbed) {
@@ -45,7 +47,7 @@ void App::clear_display(bool undisturbed) {
       cancel_waits(turn, std::chrono::steady_clock::now());
     }
     if (pump_->full()) {  // what it said is over
-      incomplete_.empty() ? show_status(words(TextId::status_ready)) : show_error(incomplete_);
+      incomplete_.empty() ? show_status(TextId::status_ready) : show_error(incomplete_);
     }
     recorder_.active() ? pump_->clear_shown() : pump_->clear();
     lost_bytes_ = 0;
@@ -111,12 +113,7 @@ void App::fold_transmit() {
   if (facts_.repeat != RepeatState::idle) return;
   facts_.transmit_expanded = !facts_.transmit_expanded;
   update_controls();
-  const Size least = minimum_client_size(client_.width);
-  if (client_.height < least.height) {
-    window_->set_client_size({client_.width, least.height});
-  } else {
-    relayout();
-  }
+  fit_window(room());
 }
 
 void App::toggle(bool Facts::*fact) {

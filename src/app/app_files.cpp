@@ -18,7 +18,7 @@ void App::start_or_stop_recording() {
 }
 
 void App::start_recording() {
-  if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
+  if (facts_.link != LinkState::connected) return show_error(TextId::connect_first);
   RecordingConfig config = services_.recording;
   config.directory = data_folder_ / "recording";
   config.receive_format = facts_.receive_hex ? ReceiveFormat::hex : ReceiveFormat::ascii;
@@ -33,11 +33,13 @@ void App::start_recording() {
   }
   pump_->set_sink(&recorder_);
   told_metadata_error_ = false;
-  incomplete_.clear();
+  incomplete_ = {};
   facts_.record = RecordState::running;
   update_controls();
-  if (facts_.high_speed) return show_status(words(TextId::high_speed_recording));
-  show_status(recording_to_text(recorder_.status().session_base, facts_.language));
+  if (facts_.high_speed) return show_status(TextId::high_speed_recording);
+  show_status([session = recorder_.status().session_base](Language language) {
+    return recording_to_text(session, language);
+  });
 }
 
 // What has arrived by now is still recorded; `then` runs when the files are closed.
@@ -61,21 +63,22 @@ void App::recording_ended() {
   facts_.record = RecordState::idle;
   update_controls();
   if (status.integrity == Integrity::incomplete) {
-    const auto incomplete = [&](Language language) {
-      const std::wstring why = localized_message(status.log_error, language);
+    incomplete_ = [error = status.log_error](Language language) {
+      const std::wstring why = localized_message(error, language);
       return std::wstring(text(TextId::recording_incomplete, language)) + (why.empty() ? L"" : L": " + why);
     };
-    incomplete_ = incomplete(facts_.language);
-    report_error(incomplete);
+    report_error(incomplete_);
   } else if (status.integrity == Integrity::suspect) {
-    report_error([&](Language language) {
+    report_error([mask = status.comm_error_mask, count = status.comm_error_observations](Language language) {
       return std::wstring(text(TextId::recording_suspect, language)) + L": " +
-             line_error_text(status.comm_error_mask, status.comm_error_observations, language);
+             line_error_text(mask, count, language);
     });
   } else if (!status.metadata_error.empty() && !told_metadata_error_) {
     report_error(status.metadata_error);
   } else if (facts_.link == LinkState::connected) {  // else the status says how the connection ended
-    show_status(recording_saved_text(status.session_base, facts_.language));
+    show_status([session = status.session_base](Language language) {
+      return recording_saved_text(session, language);
+    });
   }
   if (const auto then = std::exchange(after_recording_, {})) then();
 }
@@ -93,14 +96,14 @@ void App::open_recordings() {
   const std::filesystem::path folder = data_folder_ / "recording";
   std::error_code failed;
   std::filesystem::create_directories(folder, failed);
-  if (failed || !window_->open_in_desktop(folder)) report_error(text(TextId::no_folder, Language::english));
+  if (failed || !window_->open_in_desktop(folder)) report_error(TextId::no_folder);
 }
 
 void App::baud_chosen() {
   const bool before =
       std::exchange(facts_.high_speed, is_high_speed(binding_.chosen_text(*window_, ControlId::baud)));
   update_controls();
-  if (facts_.high_speed && !before) show_status(words(TextId::high_speed_recording));
+  if (facts_.high_speed && !before) show_status(TextId::high_speed_recording);
 }
 
 // True when the file holds a window size. A file that cannot be read counts as none; it stays as it is until
@@ -116,6 +119,8 @@ bool App::load_settings(const StartupMark& mark) {
   settings_ = loaded.settings;
   binding_.show(settings_, *window_, facts_);
   set_buffer_size();
+  set_font_size();
+  if (facts_.always_on_top) window_->set_always_on_top(true);
   facts_.high_speed = is_high_speed(binding_.chosen_text(*window_, ControlId::baud));
   return loaded.has_saved_window_size;
 }
@@ -126,8 +131,12 @@ void App::place_window(bool as_saved) {
   const auto possible = [](std::int32_t pixels) { return std::clamp(pixels, -kFarthest, kFarthest); };
   const Rect saved{possible(settings_.window_left), possible(settings_.window_top),
                    possible(settings_.window_width), possible(settings_.window_height)};
-  if (!as_saved) return window_->set_client_size(first_client_size(metrics_));
-  window_->set_place({saved, settings_.window_state == L"Maximized"});
+  if (as_saved) {
+    window_->set_place({saved, settings_.window_state == L"Maximized"});
+  } else {
+    window_->set_client_size(first_client_size(metrics_));
+  }
+  fit_window(window_->largest_client_size());
 }
 
 void App::gather_settings() {

@@ -13,7 +13,7 @@ namespace hvt {
 
 void App::send(std::size_t row) {
   if (!facts_.transmit_expanded) return;  // a stale key or click on a hidden row
-  if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
+  if (facts_.link != LinkState::connected) return show_error(TextId::connect_first);
   Bytes bytes;
   RepeatEngine::WaitOptions wait;
   try {
@@ -37,7 +37,7 @@ RepeatEngine::WaitOptions App::read_wait_options() const {
 void App::repeat() {
   if (!facts_.transmit_expanded) return;  // as above
   if (facts_.repeat != RepeatState::idle) return stop_repeat();
-  if (facts_.link != LinkState::connected) return show_error(text(TextId::connect_first, Language::english));
+  if (facts_.link != LinkState::connected) return show_error(TextId::connect_first);
   // Packets that are on their way, and the wait for the last one's response, go before.
   if (engine_.activity() == RepeatEngine::Activity::manual) return;
   const TransmitPanel panel = read_transmit_panel();

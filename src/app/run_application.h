@@ -29,14 +29,15 @@ struct Places {
 };
 
 // Prepares the process, starts the program and serves it until its window closes, or has the self-test do so
-// in a run folder of its own below the base folder, where nothing touches the person's data. Returns the exit
-// code. Throws what ends the program.
+// in a run folder of its own below the base folder, where nothing touches the person's data. A person's run
+// looks for a newer release with `fetch_manifest`. Returns the exit code. Throws what ends the program.
 int run_application(RunMode mode, const Places& places, StartupProfile& profile, Face& face,
-                    const SelfTest& self_test);
+                    const SelfTest& self_test, const StartupUpdateCheck::Fetch& fetch_manifest = {});
 
 // The whole program, from its arguments (without its name) to its exit code: what ends it is shown in a box,
 // in the self-test written to the standard error instead, and makes the exit code 1. Only standard exceptions
 // are caught.
-int run_program(std::span<const std::wstring> arguments, Face& face, const SelfTest& self_test);
+int run_program(std::span<const std::wstring> arguments, Face& face, const SelfTest& self_test,
+                const StartupUpdateCheck::Fetch& fetch_manifest);
 
 }  // namespace hvt

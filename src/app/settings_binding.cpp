@@ -25,6 +25,7 @@ constexpr FlagRow kFlags[]{
     {&AppSettings::transmit_enabled, &Facts::transmit_expanded},
     {&AppSettings::wait_for_rx, &Facts::wait_for_rx},
     {&AppSettings::display_while_recording, &Facts::display_while_recording},
+    {&AppSettings::always_on_top, &Facts::always_on_top},
 };
 
 struct FieldRow {
@@ -81,6 +82,8 @@ std::size_t timeout_row(std::int32_t seconds) {
 void SettingsBinding::show(const AppSettings& settings, MainWindow& window, Facts& facts) {
   shown_ = settings;
   facts.language = settings.language == L"Korean" ? Language::korean : Language::english;
+  const auto theme = std::ranges::find(kThemeNames, settings.theme);
+  facts.theme = static_cast<ThemeChoice>(theme - kThemeNames.begin());
   for (const FlagRow& row : kFlags)
     facts.*row.fact = settings.*row.setting;
   for (const FieldRow& row : kFields)
@@ -92,6 +95,8 @@ void SettingsBinding::show(const AppSettings& settings, MainWindow& window, Fact
   const std::vector<std::wstring> sizes(kBufferSizes.begin(), kBufferSizes.end());
   window.set_choices(ControlId::buffer_size, sizes,
                      static_cast<std::size_t>(settings.receive_buffer_size_mb) - 1, {});
+  const std::vector<std::wstring> points(kFontSizes.begin(), kFontSizes.end());
+  window.set_choices(ControlId::font_size, points, font_entry(settings.receive_font_size), {});
   for (const ChoiceRow& row : kChoices) {
     const std::wstring& saved = settings.*row.setting;
     window.set_choices(row.choice, entries(row, saved, facts.language), row_of(row, saved), {});
@@ -106,6 +111,7 @@ void SettingsBinding::show_entries(MainWindow& window, Language language) const 
 
 void SettingsBinding::gather(const MainWindow& window, const Facts& facts, AppSettings& settings) const {
   settings.language = facts.language == Language::korean ? L"Korean" : L"English";
+  settings.theme = kThemeNames[static_cast<std::size_t>(facts.theme)];
   for (const FlagRow& row : kFlags)
     settings.*row.setting = facts.*row.fact;
   for (const FieldRow& row : kFields)
@@ -116,6 +122,8 @@ void SettingsBinding::gather(const MainWindow& window, const Facts& facts, AppSe
     settings.connection_timeout_seconds = std::stoi(std::wstring(kTimeoutSeconds[*row]));
   if (const auto row = window.selected_choice(ControlId::buffer_size))
     settings.receive_buffer_size_mb = static_cast<std::int32_t>(*row) + 1;
+  if (const auto row = window.selected_choice(ControlId::font_size))
+    settings.receive_font_size = font_points(*row);
   for (const ChoiceRow& row : kChoices)
     settings.*row.setting = chosen_text(window, row.choice);
 }

@@ -45,18 +45,13 @@ void append_escaped(std::string& rtf, std::wstring_view text, bool& after_cr) {
   }
 }
 
-std::string table_entry(Rgb color) {
-  return "\\red" + std::to_string(color.red) + "\\green" + std::to_string(color.green) + "\\blue" +
-         std::to_string(color.blue) + ";";
-}
-
 void append_head(std::string& rtf, const RtfFont& font, const RoleColors& colors) {
   bool after_cr = false;
   rtf += "{\\rtf1\\ansi\\deff0\\uc1{\\fonttbl{\\f0\\fmodern ";
   append_escaped(rtf, font.face, after_cr);
   rtf += ";}}{\\colortbl ;";
   for (const Rgb color : colors)
-    rtf += table_entry(color);
+    rtf += rtf_color(color);
   rtf += "}\\f0\\fs" + std::to_string(font.height_twips / 10);
   rtf += font.bold ? "\\b" : "\\b0";
   rtf += font.italic ? "\\i" : "\\i0";
@@ -68,15 +63,25 @@ void append_head(std::string& rtf, const RtfFont& font, const RoleColors& colors
 // At most one change in an entry: the first role whose old colour it is.
 std::string recolored_entry(std::string entry, const RoleColors& from, const RoleColors& to) {
   for (std::size_t role = 0; role < from.size(); ++role) {
-    const std::string old_text = table_entry(from[role]);
+    const std::string old_text = rtf_color(from[role]);
     const std::size_t at = entry.find(old_text);
     if (at == std::string::npos) continue;
-    return entry.replace(at, old_text.size(), table_entry(to[role]));
+    return entry.replace(at, old_text.size(), rtf_color(to[role]));
   }
   return entry;
 }
 
 }  // namespace
+
+void append_rtf(std::string& rtf, std::wstring_view text) {
+  bool after_cr = false;
+  append_escaped(rtf, text, after_cr);
+}
+
+std::string rtf_color(Rgb color) {
+  return "\\red" + std::to_string(color.red) + "\\green" + std::to_string(color.green) + "\\blue" +
+         std::to_string(color.blue) + ";";
+}
 
 RoleColors role_colors(Appearance appearance, Rgb system_gray_text) {
   RoleColors colors;

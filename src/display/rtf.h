@@ -34,6 +34,11 @@ DisplayBatch with_paragraph_marks(const DisplayBatch& batch);
 // One document of the batch's text in its roles' colours: colour number = role + 1, after the automatic one.
 std::string rtf_of(const DisplayBatch& batch, const RtfFont& font, const RoleColors& colors);
 
+// Appends text as it stands inside a document; each line break is a paragraph mark.
+void append_rtf(std::string& rtf, std::wstring_view text);
+// An entry of a document's colour table.
+std::string rtf_color(Rgb color);
+
 // A document in which each colour table entry of `from` is the same role's of `to`; where roles share a
 // colour of `from`, the first one decides. Other entries stay. Empty when there is no colour table.
 std::optional<std::string> recolored_rtf(std::string_view rtf, const RoleColors& from, const RoleColors& to);

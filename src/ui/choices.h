@@ -27,6 +27,17 @@ constexpr std::uint64_t buffer_bytes(std::size_t entry) {
   return (std::uint64_t{entry} + 1) << 20;
 }
 
+inline constexpr std::array<std::wstring_view, 17> kFontSizes{L"8",  L"9",  L"10", L"11", L"12", L"13",
+                                                              L"14", L"15", L"16", L"17", L"18", L"19",
+                                                              L"20", L"21", L"22", L"23", L"24"};
+// Points of the received text with that entry chosen.
+constexpr int font_points(std::size_t entry) {
+  return static_cast<int>(entry) + 8;
+}
+constexpr std::size_t font_entry(int points) {
+  return static_cast<std::size_t>(points - 8);
+}
+
 // A rate at which what is done for the eye takes time away from receiving. Anything but digits is none.
 constexpr bool is_high_speed(std::wstring_view baud) {
   constexpr unsigned kFrom = 921'600;

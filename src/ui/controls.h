@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace hvt {
@@ -10,6 +11,11 @@ namespace hvt {
 // Every control of the main window, in tab order. The value is the row of kControls; native ids and object
 // names derive from it.
 enum class ControlId : std::uint8_t {
+  menu_language,
+  menu_theme,
+  menu_help,
+  update_badge,
+  always_on_top,
   port,
   refresh,
   connect,
@@ -32,6 +38,9 @@ enum class ControlId : std::uint8_t {
   echo_sent,
   buffer_size_label,
   buffer_size,
+  font_size_label,
+  font_size,
+  font_size_unit,
   follow,
   line_count,
   clear,
@@ -95,6 +104,9 @@ enum class ControlKind : std::uint8_t {
   title,    // static text heading a group
   counter,  // static text that the program counts in, not a caption
   button,
+  menu_button,  // flat; opens the menu whose entries kMenuItems names
+  bar_button,   // flat, beside the menus
+  badge,        // a small button that tells of something new
   check,
   radio,        // consecutive radio rows of one group exclude each other
   choice,       // drop-down list without an edit field
@@ -105,7 +117,7 @@ enum class ControlKind : std::uint8_t {
   status,  // one line of text, read-only
 };
 
-enum class ControlGroup : std::uint8_t { connection, receive, record, transmit, repeat, footer };
+enum class ControlGroup : std::uint8_t { menu, connection, receive, record, transmit, repeat, footer };
 
 // One more than any number needs, so that a value too large can be typed, seen and refused.
 inline constexpr std::size_t kMaxNumberCharacters = 10;
@@ -117,11 +129,28 @@ struct ControlRow {
   ControlKind kind;
   ControlGroup group;
   std::string_view name;  // object name: for accessibility tools and tests, never shown
+  char access_key = 0;    // with Alt: does what a click does, or takes the keyboard there; 0 for none
 };
 
 extern const std::array<ControlRow, kControlCount> kControls;
 inline const ControlRow& control(ControlId id) {
   return kControls[index_of(id)];
+}
+
+// The control that Alt and this character (a letter in either case, a digit) stand for.
+std::optional<ControlId> control_of_access_key(char32_t character);
+
+// Has the keyboard when the window opens; the controls before it are the menus.
+inline constexpr ControlId kFirstFocus = ControlId::port;
+
+constexpr bool is_push(ControlKind kind) {
+  return kind >= ControlKind::button && kind <= ControlKind::radio;
+}
+constexpr bool has_mark(ControlKind kind) {
+  return kind == ControlKind::check || kind == ControlKind::radio;
+}
+constexpr bool is_static_text(ControlKind kind) {
+  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::counter;
 }
 
 // Names a part of the window, so it is drawn bold.

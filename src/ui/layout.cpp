@@ -14,7 +14,11 @@ constexpr int kMinimumWidth = 600;
 constexpr int kCompactBelow = 700;  // narrower windows break the connection row in two
 constexpr int kNarrowBelow = 740;   // narrower windows break the repeat row in two
 constexpr int kFirstSide = 800;
+constexpr int kCompactOpenHeight = 940;  // of a compact window with the transmit panel, at least
 constexpr int kMargin = 8;
+constexpr int kBarHeight = 30;  // of the menus, at the very top
+constexpr int kBarMargin = 4;
+constexpr int kBadgeHeight = 20;
 constexpr int kLineHeight = 30;
 constexpr int kControlHeight = 26;
 constexpr int kTextFrame = 8;   // above and below the text of a control, together
@@ -32,6 +36,9 @@ constexpr int frame_width(ControlKind kind) {
     case ControlKind::title:
     case ControlKind::counter: return 2;
     case ControlKind::button: return 20;
+    case ControlKind::menu_button:
+    case ControlKind::bar_button: return 16;
+    case ControlKind::badge: return 12;
     case ControlKind::check:
     case ControlKind::radio: return 22;
     case ControlKind::choice: return 34;
@@ -57,6 +64,7 @@ struct Item {
   Gap gap = Gap::group;
   int least = 0;
   Spare spare = Spare::none;
+  int height = 0;  // logical pixels; 0 for that of every control
 };
 using Line = std::span<const Item>;
 
@@ -66,6 +74,13 @@ struct Row {
   std::span<const std::size_t> breaks;
 };
 
+constexpr Item kBarItems[]{
+    {ControlId::menu_language},
+    {ControlId::menu_theme, Gap::unit},
+    {ControlId::menu_help, Gap::unit},
+    {ControlId::update_badge, Gap::near, 60, Spare::none, kBadgeHeight},
+    {ControlId::always_on_top, Gap::near, 0, Spare::pushes_right},
+};
 constexpr Item kConnectionItems[]{
     {ControlId::port, Gap::group, 150, Spare::widens},
     {ControlId::refresh, Gap::near, 80},
@@ -89,6 +104,9 @@ constexpr Item kReceiveItems[]{
     {ControlId::echo_sent},
     {ControlId::buffer_size_label},
     {ControlId::buffer_size, Gap::label},
+    {ControlId::font_size_label},
+    {ControlId::font_size, Gap::label},
+    {ControlId::font_size_unit, Gap::unit},
     {ControlId::follow, Gap::group, 40},
     {ControlId::line_count, Gap::near, 140},
     {ControlId::clear, Gap::group, 72, Spare::pushes_right},
@@ -146,8 +164,8 @@ constexpr Item kFoldedItems[]{
 };
 
 constexpr std::size_t kConnectionBreaks[]{3};
-constexpr std::size_t kReceiveBreaks[]{3, 6};
-constexpr std::size_t kRepeatBreaks[]{7, 8, 11};
+constexpr std::size_t kReceiveBreaks[]{3, 6, 11};
+constexpr std::size_t kRepeatBreaks[]{7, 8};
 constexpr Row kConnectionRow{kConnectionItems, kConnectionBreaks};
 constexpr std::size_t kRecordBreaks[]{3};
 constexpr Row kRecordRow{kRecordItems, kRecordBreaks};
@@ -185,6 +203,12 @@ class Ruler {
   }
   // Width between the margins.
   int inner(int client_width) const { return client_width - 2 * px(kMargin); }
+  int bar_height() const {
+    return std::max(px(kBarHeight), control_height() + px(kBarHeight - kControlHeight));
+  }
+  int height(const Item& item) const {
+    return item.height == 0 ? control_height() : std::max(px(item.height), text_height() + px(2));
+  }
 
  private:
   int text_height() const { return std::max(metrics_.text_height, metrics_.mono_height); }
@@ -246,8 +270,8 @@ int height_without_view(const Ruler& ruler, const Plan& plan) {
   std::size_t lines = 0;
   for (const auto* const section : plan.sections())
     lines += section->size();
-  return 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() + 5 * ruler.px(kSectionGap) +
-         ruler.px(kViewGap) + ruler.status_height();
+  return ruler.bar_height() + 2 * ruler.px(kMargin) + static_cast<int>(lines) * ruler.line_height() +
+         5 * ruler.px(kSectionGap) + ruler.px(kViewGap) + ruler.status_height();
 }
 
 // The same whether the panel is folded or not, so that showing it never widens the window.
@@ -258,18 +282,20 @@ int minimum_width(const Ruler& ruler) {
     for (const Line line : *lines)
       inner = std::max(inner, ruler.width(line, true));
   }
-  return std::max(ruler.px(kMinimumWidth), inner + 2 * ruler.px(kMargin));
+  return std::max({ruler.px(kMinimumWidth), inner + 2 * ruler.px(kMargin),
+                   ruler.width(kBarItems, false) + 2 * ruler.px(kBarMargin)});
 }
 
 // Puts the controls of a plan into place, line by line from the top.
 class Placer {
  public:
   Placer(const Ruler& ruler, Size client, Placement& placement)
-      : ruler_(ruler), client_(client), placement_(placement), y_(ruler.px(kMargin)) {}
+      : ruler_(ruler), client_(client), placement_(placement) {}
 
+  void bar(Line line) { place(line, kBarMargin, ruler_.bar_height()); }
   void lines(const std::vector<Line>& lines) {
     for (const Line line : lines)
-      place(line);
+      place(line, kMargin, ruler_.line_height());
   }
   void full_width(ControlId id, int height) {
     placement_[index_of(id)] = {ruler_.px(kMargin), y_, ruler_.inner(client_.width), height};
@@ -278,25 +304,25 @@ class Placer {
   void skip(int height) { y_ += height; }
 
  private:
-  void place(Line line) {
-    const int inner = ruler_.inner(client_.width);
+  void place(Line line, int margin, int line_height) {
+    const int inner = client_.width - 2 * ruler_.px(margin);
     const bool tight = ruler_.width(line, false) > inner;
     const int spare = std::max(0, inner - ruler_.width(line, tight));
-    const int y = y_ + (ruler_.line_height() - ruler_.control_height()) / 2;
-    int x = ruler_.px(kMargin) - ruler_.gap(line.front(), tight);
+    int x = ruler_.px(margin) - ruler_.gap(line.front(), tight);
     for (const Item& item : line) {
       x += ruler_.gap(item, tight) + (item.spare == Spare::pushes_right ? spare : 0);
       const int width = ruler_.width(item) + (item.spare == Spare::widens ? spare : 0);
-      placement_[index_of(item.id)] = {x, y, width, ruler_.control_height()};
+      const int height = ruler_.height(item);
+      placement_[index_of(item.id)] = {x, y_ + (line_height - height) / 2, width, height};
       x += width;
     }
-    y_ += ruler_.line_height();
+    y_ += line_height;
   }
 
   const Ruler& ruler_;
   Size client_;
   Placement& placement_;
-  int y_;
+  int y_ = 0;
 };
 
 }  // namespace
@@ -310,6 +336,8 @@ Placement layout(const Metrics& metrics, Size client, const PanelState& panel) {
 
   Placement placement{};
   Placer placer{ruler, client, placement};
+  placer.bar(kBarItems);
+  placer.skip(ruler.px(kMargin));
   placer.lines(plan.connection);
   placer.skip(ruler.px(kSectionGap));
   placer.lines(plan.receive);
@@ -328,9 +356,23 @@ Placement layout(const Metrics& metrics, Size client, const PanelState& panel) {
 
 Size minimum_client_size(const Metrics& metrics, int proposed_width, const PanelState& panel) {
   const Ruler ruler{metrics};
-  const int width = minimum_width(ruler);
-  const Plan plan = make_plan(ruler, std::max(width, proposed_width), panel);
-  return {width, height_without_view(ruler, plan) + ruler.px(kViewMinimum)};
+  const int least = minimum_width(ruler);
+  const int width = std::max(least, proposed_width);
+  const int height = height_without_view(ruler, make_plan(ruler, width, panel)) + ruler.px(kViewMinimum);
+  const bool roomy = panel.transmit_expanded && width < ruler.px(kCompactBelow);
+  return {least, roomy ? std::max(height, ruler.px(kCompactOpenHeight)) : height};
+}
+
+Size fit_client_size(const Metrics& metrics, Size wanted, const PanelState& panel, Size largest) {
+  const Ruler ruler{metrics};
+  for (const int profile : {0, ruler.px(kCompactBelow), ruler.px(kNarrowBelow)}) {
+    const int width = std::min(std::max(wanted.width, profile), largest.width);
+    const Size least = minimum_client_size(metrics, width, panel);
+    if (least.height <= largest.height)
+      return {std::max(width, least.width), std::clamp(wanted.height, least.height, largest.height)};
+  }
+  const int width = std::max(wanted.width, ruler.px(kNarrowBelow));
+  return {std::min(width, largest.width), std::min(ruler.px(kFirstSide), largest.height)};
 }
 
 Size first_client_size(const Metrics& metrics) {

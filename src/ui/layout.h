@@ -31,6 +31,11 @@ Placement layout(const Metrics& metrics, Size client, const PanelState& panel);
 // narrower window needs more rows, so more height).
 Size minimum_client_size(const Metrics& metrics, int proposed_width, const PanelState& panel);
 
+// `wanted` as far as a screen has room for it: `largest` is its largest client area. Where the height that
+// the width needs is not there, the next wider arrangement with fewer rows is taken; where none fits, as much
+// of the normal window (740 by 800 logical pixels) as there is room for.
+Size fit_client_size(const Metrics& metrics, Size wanted, const PanelState& panel, Size largest);
+
 // A new configuration's client area: 800 by 800 logical pixels.
 Size first_client_size(const Metrics& metrics);
 

@@ -11,10 +11,13 @@
 
 #include "base/startup_mark.h"
 #include "ui/controls.h"
+#include "ui/dialogs.h"
 #include "ui/geometry.h"
 #include "ui/layout.h"
+#include "ui/menus.h"
 #include "ui/receive_view.h"
 #include "ui/state_rules.h"
+#include "ui/theme.h"
 
 namespace hvt {
 
@@ -32,9 +35,12 @@ class WindowEvents {
   virtual void command(ControlId id) = 0;  // button pressed, check or radio clicked, Enter in a packet field
   virtual void chosen(ControlId id) = 0;   // another entry of a choice was selected
   virtual void edited(ControlId id) = 0;   // text of a field changed
+  virtual void menu_chosen(MenuItem item) = 0;
+  virtual void dialog_link(DialogId id) = 0;  // the link of a dialog was pressed
   virtual void resized(Size client) = 0;
-  virtual void metrics_changed() = 0;  // DPI or fonts are different now: measure() again
-  virtual void closing() = 0;          // the window is about to close and cannot be kept open; comes once
+  virtual void metrics_changed() = 0;     // DPI or fonts are different now: measure() again
+  virtual void appearance_changed() = 0;  // what desktop_prefers_dark() or system_colors() give is different
+  virtual void closing() = 0;             // the window is about to close and cannot be kept open; comes once
   virtual Size minimum_client_size(int proposed_width) = 0;
   virtual void message(unsigned message, std::uintptr_t first, std::intptr_t second) = 0;
 };
@@ -98,6 +104,9 @@ class MainWindow {
   virtual void set_field_text(ControlId id, std::wstring_view text, std::size_t caret) = 0;
   virtual std::size_t field_caret(ControlId id) const = 0;
 
+  // Captions and marks of every menu entry.
+  virtual void set_menus(const MenuStates& states) = 0;
+
   // Entries of a choice. `selected` is empty for none: the choice then shows `placeholder`.
   virtual void set_choices(ControlId id, std::span<const std::wstring> entries,
                            std::optional<std::size_t> selected, std::wstring_view placeholder) = 0;
@@ -109,7 +118,23 @@ class MainWindow {
   // Tells something in a box of its own, to be clicked away. May return at once or only then; from closing()
   // it returns only then. Events go on coming meanwhile.
   virtual void show_notice(std::wstring_view title, std::wstring_view text) = 0;
+  // Opens a dialog, or gives an open one another content and brings it to the front.
+  virtual void show_dialog(DialogId id, const DialogContent& content) = 0;
+  virtual bool dialog_open(DialogId id) const = 0;
   virtual ReceiveView& receive_view() = 0;
+
+  // The desktop's wish and colours, read anew at each call.
+  virtual bool desktop_prefers_dark() const = 0;
+  virtual SystemColors system_colors() const = 0;
+  // The whole window in these colours, with the receive view, the title bar, menus, lists and dialogs, also
+  // those opened later. Throws std::runtime_error, and then everything keeps the colours it had.
+  virtual void set_theme(const ThemePalette& palette) = 0;
+  virtual void set_always_on_top(bool on_top) = 0;
+
+  // The client area now, also of a window that is not shown yet; empty while it is minimized.
+  virtual Size client_size() const = 0;
+  // The largest client area that the work area of the window's screen has room for.
+  virtual Size largest_client_size() const = 0;
 
   // Nothing when the dialog was cancelled. Events come meanwhile. Throws std::runtime_error "Could not open
   // the file dialog.".

@@ -9,6 +9,9 @@
 
 namespace hvt {
 
+inline constexpr int kMinFontPoints = 8;
+inline constexpr int kMaxFontPoints = 24;
+
 // What a view shows after a group of changes.
 struct ViewUpdate {
   bool follow = false;  // the caret goes to the end of the text; else whatever was visible stays where it was
@@ -50,6 +53,9 @@ class ReceiveView {
   // Everything held, and what comes, in the colours of this appearance; light before the first call.
   // Throws std::runtime_error with the reason when what is held could not be recoloured.
   virtual void set_appearance(Appearance appearance) = 0;
+
+  // The size of the text in points, kMinFontPoints to kMaxFontPoints.
+  virtual void set_font_points(int points) = 0;
 
   // The language of the view's own menu (Copy, Select all) from its next opening on; English before the first
   // call. The text held is left as it is.

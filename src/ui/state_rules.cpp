@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "ui/tips.h"
+
 namespace hvt {
 namespace {
 
@@ -82,6 +84,9 @@ constexpr bool appends_crlf(const Facts& f) {
 constexpr bool paused(const Facts& f) {
   return f.paused;
 }
+constexpr bool newer_release(const Facts& f) {
+  return f.newer_release;
+}
 
 // A hidden control is disabled too, whatever `enabled` says.
 struct Rule {
@@ -89,7 +94,7 @@ struct Rule {
   Condition enabled = always;
   Condition visible = always;
   Condition checked = never;
-  TextId tip = TextId::none;
+  TextId name = TextId::none;
 };
 
 // The connection button is never disabled: its click connects, tells what is missing, cancels a running
@@ -98,20 +103,26 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
   std::array<Rule, kControlCount> rules;
   const auto set = [&rules](ControlId id, Rule rule) { rules[index_of(id)] = rule; };
 
-  set(ControlId::port, {.enabled = port_selectable});
+  set(ControlId::menu_language, {.caption = TextId::language});
+  set(ControlId::menu_theme, {.caption = TextId::theme});
+  set(ControlId::menu_help, {.caption = TextId::help});
+  set(ControlId::update_badge, {.caption = TextId::update, .visible = newer_release});
+  set(ControlId::always_on_top, {});
+
+  set(ControlId::port, {.enabled = port_selectable, .name = TextId::com_port});
   set(ControlId::refresh, {.caption = TextId::refresh});
   set(ControlId::connect, {.caption = TextId::connect});
   set(ControlId::timeout_label, {.caption = TextId::connection_timeout});
-  set(ControlId::timeout, {.enabled = disconnected});
+  set(ControlId::timeout, {.enabled = disconnected, .name = TextId::connection_timeout});
   set(ControlId::timeout_unit, {.caption = TextId::seconds});
   set(ControlId::baud_label, {.caption = TextId::baud});
-  set(ControlId::baud, {.enabled = disconnected});
+  set(ControlId::baud, {.enabled = disconnected, .name = TextId::baud});
   set(ControlId::data_bits_label, {.caption = TextId::data_bit});
-  set(ControlId::data_bits, {.enabled = disconnected});
+  set(ControlId::data_bits, {.enabled = disconnected, .name = TextId::data_bit});
   set(ControlId::stop_bits_label, {.caption = TextId::stop_bit});
-  set(ControlId::stop_bits, {.enabled = disconnected});
+  set(ControlId::stop_bits, {.enabled = disconnected, .name = TextId::stop_bit});
   set(ControlId::parity_label, {.caption = TextId::parity});
-  set(ControlId::parity, {.enabled = disconnected});
+  set(ControlId::parity, {.enabled = disconnected, .name = TextId::parity});
 
   set(ControlId::receive_title, {.caption = TextId::receive});
   set(ControlId::receive_ascii, {.caption = TextId::ascii, .checked = receives_ascii});
@@ -120,12 +131,18 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
   set(ControlId::hide_crlf, {.caption = TextId::hide_crlf, .enabled = receives_ascii, .checked = hides_crlf});
   set(ControlId::echo_sent, {.caption = TextId::echo_sent, .enabled = expanded, .checked = echoes_sent});
   set(ControlId::buffer_size_label, {.caption = TextId::buffer_size});
+  set(ControlId::buffer_size, {.name = TextId::buffer_size});
+  set(ControlId::font_size_label, {.caption = TextId::font_size});
+  set(ControlId::font_size, {.name = TextId::font_size});
+  set(ControlId::font_size_unit, {.caption = TextId::points});
+  set(ControlId::follow, {.caption = TextId::follow, .enabled = paused, .name = TextId::scroll_down});
   set(ControlId::clear, {.caption = TextId::clear});
-  set(ControlId::follow, {.caption = TextId::follow, .enabled = paused, .tip = TextId::follow_tip});
+  set(ControlId::receive_view, {.name = TextId::receive});
 
   set(ControlId::record_title, {.caption = TextId::record});
   set(ControlId::record, {.enabled = may_record});
-  set(ControlId::record_name, {.caption = TextId::auto_filename, .enabled = records_nothing});
+  set(ControlId::record_name,
+      {.caption = TextId::auto_filename, .enabled = records_nothing, .name = TextId::file_name});
   set(ControlId::display_while_recording,
       {.caption = TextId::display_while_recording, .enabled = no_high_speed, .checked = shows_recorded});
   set(ControlId::open_folder, {.caption = TextId::open_folder});
@@ -147,18 +164,21 @@ constexpr std::array<Rule, kControlCount> kRules = [] {
 
   set(ControlId::repeat_title, {.caption = TextId::repeat});
   set_in_panel(ControlId::packet_number_label, TextId::packet_number);
-  set_in_panel(ControlId::start_packet, TextId::none, no_repeat);
+  const auto set_field = [&set](ControlId id, TextId name) {
+    set(id, {.enabled = no_repeat, .visible = expanded, .name = name});
+  };
+  set_field(ControlId::start_packet, TextId::packet_number);
   set_in_panel(ControlId::packet_range, TextId::packet_range);
-  set_in_panel(ControlId::end_packet, TextId::none, no_repeat);
+  set_field(ControlId::end_packet, TextId::packet_number);
   set_in_panel(ControlId::repeat_count_label, TextId::repeat_count);
-  set_in_panel(ControlId::repeat_count, TextId::none, no_repeat);
+  set_field(ControlId::repeat_count, TextId::repeat_count);
   set(ControlId::wait_for_rx,
       {.caption = TextId::wait_for_rx, .enabled = wait_settable, .checked = waits_for_rx});
   set(ControlId::rx_timeout_label, {.caption = TextId::rx_timeout});
-  set(ControlId::rx_timeout, {.enabled = timeout_settable});
+  set(ControlId::rx_timeout, {.enabled = timeout_settable, .name = TextId::rx_timeout});
   set(ControlId::rx_timeout_unit, {.caption = TextId::milliseconds});
   set_in_panel(ControlId::interval_label, TextId::interval);
-  set_in_panel(ControlId::interval, TextId::none, no_repeat);
+  set_field(ControlId::interval, TextId::interval);
   set_in_panel(ControlId::interval_unit, TextId::milliseconds);
   set_in_panel(ControlId::repeat, TextId::none, connected);
   return rules;
@@ -197,13 +217,39 @@ ControlStates rules(const Facts& facts) {
     state.enabled = state.visible && rule.enabled(facts);
     state.checked = rule.checked(facts);
     if (rule.caption != TextId::none) state.caption = text(rule.caption, facts.language);
-    if (rule.tip != TextId::none) state.tip = text(rule.tip, facts.language);
+    if (rule.name != TextId::none) state.name = text(rule.name, facts.language);
+    state.tip = tip(static_cast<ControlId>(i), facts.language);
   }
-  states[index_of(ControlId::connect)].caption = text(link_caption(facts.link), facts.language);
+  const auto set_caption = [&](ControlId id, TextId caption) {
+    states[index_of(id)].caption = text(caption, facts.language);
+  };
+  set_caption(ControlId::always_on_top,
+              facts.always_on_top ? TextId::always_on_top_on : TextId::always_on_top_off);
+  set_caption(ControlId::connect, link_caption(facts.link));
   const bool records = facts.record != RecordState::idle;
-  states[index_of(ControlId::record)].caption =
-      text(records ? TextId::stop_recording : TextId::start_recording, facts.language);
-  states[index_of(ControlId::repeat)].caption = text(repeat_caption(facts.repeat), facts.language);
+  set_caption(ControlId::record, records ? TextId::stop_recording : TextId::start_recording);
+  set_caption(ControlId::repeat, repeat_caption(facts.repeat));
+  for (std::size_t row = 0; row < kPacketRows; ++row) {
+    states[index_of(packet_field(row))].name = packet_name(row, facts.language);
+    states[index_of(send_button(row))].name = send_name(row, facts.language);
+  }
+  return states;
+}
+
+MenuStates menu_rules(const Facts& facts) {
+  MenuStates states;
+  const auto set = [&](MenuItem item, TextId caption, bool checked = false) {
+    states[index_of(item)] = {text(caption, facts.language), checked};
+  };
+  set(MenuItem::english, TextId::language_english, facts.language == Language::english);
+  set(MenuItem::korean, TextId::language_korean, facts.language == Language::korean);
+  set(MenuItem::theme_light, TextId::theme_light, facts.theme == ThemeChoice::light);
+  set(MenuItem::theme_dark, TextId::theme_dark, facts.theme == ThemeChoice::dark);
+  set(MenuItem::theme_system, TextId::theme_system, facts.theme == ThemeChoice::system);
+  set(MenuItem::usage, TextId::usage);
+  set(MenuItem::check_updates, TextId::check_updates);
+  set(MenuItem::about, TextId::about);
+  set(MenuItem::homepage, TextId::homepage);
   return states;
 }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "ui/controls.h"
+#include "ui/menus.h"
 #include "ui/texts.h"
 
 namespace hvt {
@@ -13,10 +14,14 @@ enum class LinkState { disconnected, connecting, connected };
 enum class RecordState { idle, running, draining };
 // Single packets change nothing: the next one may be queued at any time.
 enum class RepeatState { idle, running, stopping };
+enum class ThemeChoice { light, dark, system };
 
 // Everything that decides what the controls look like.
 struct Facts {
   Language language = Language::english;
+  ThemeChoice theme = ThemeChoice::system;
+  bool always_on_top = false;
+  bool newer_release = false;  // one is known to be published
   LinkState link = LinkState::disconnected;
   bool has_ports = false;
   bool receive_hex = false;
@@ -41,6 +46,7 @@ struct ControlState {
   bool checked = false;       // check and radio kinds
   std::wstring_view caption;  // static texts; choices, fields, counters and the status line carry their own
   std::wstring_view tip{};    // shown when the pointer rests on it, and read out; empty for none
+  std::wstring_view name{};   // what it is called where the caption does not say it; empty for the caption
   friend bool operator==(const ControlState&, const ControlState&) = default;
 };
 using ControlStates = std::array<ControlState, kControlCount>;
@@ -50,5 +56,6 @@ bool shows_while_recording(const Facts& facts);
 
 // Pure: the same facts give the same states, whatever happened before.
 ControlStates rules(const Facts& facts);
+MenuStates menu_rules(const Facts& facts);
 
 }  // namespace hvt

@@ -11,9 +11,34 @@ inline constexpr std::wstring_view kProductName = L"HalvetricSerialTest";
 
 enum class Language { english, korean };
 
+struct TextPair {
+  std::wstring_view english;
+  std::wstring_view korean;
+
+  constexpr std::wstring_view in(Language language) const {
+    return language == Language::korean ? korean : english;
+  }
+};
+
 // Every text that a person can see exists once, as an English/Korean pair (texts.cpp).
 enum class TextId {
   none,
+  language,
+  language_english,
+  language_korean,
+  theme,
+  theme_light,
+  theme_dark,
+  theme_system,
+  help,
+  usage,
+  check_updates,
+  about,
+  homepage,
+  update,
+  always_on_top_on,
+  always_on_top_off,
+  com_port,
   refresh,
   connect,
   connecting,
@@ -36,14 +61,19 @@ enum class TextId {
   hide_crlf,
   echo_sent,
   buffer_size,
+  font_size,
+  points,
   clear,
   follow,
-  follow_tip,
+  scroll_down,
+  cut,
   copy,
+  paste,
   select_all,
   record,
   start_recording,
   stop_recording,
+  file_name,
   auto_filename,
   display_while_recording,
   open_folder,
@@ -59,6 +89,7 @@ enum class TextId {
   packets_file,
   all_files,
   settings_not_saved,
+  theme_not_applied,
   no_file_dialog,
   repeat,
   packet_number,
@@ -80,12 +111,28 @@ enum class TextId {
   cleanup_pending,
   display_full,
   high_speed_hex,
+  checking_updates,
+  update_newer,
+  update_latest,
+  update_ahead,
+  update_failed,
+  download_page,
+  no_link,
+  close,
+  about_program,
   // With a value inside: the functions below fill them in.
   connecting_to,
   connected_to,
   connect_timed_out,
   repeat_separator,
   line_count,
+  packet_name,
+  send_name,
+  current_version,
+  latest_version,
+  release_date,
+  version,
+  data_folder,
   recording_to,
   recording_saved,
   receive_loss,
@@ -102,11 +149,14 @@ std::wstring_view text(TextId id, Language language);
 
 // Texts with a value inside; the word order differs by language.
 std::wstring connecting_to_text(std::wstring_view port, Language language);
-// `notice` is a sentence of the transport about an opened device; empty for none.
-std::wstring connected_to_text(std::wstring_view port, std::wstring_view notice, Language language);
 std::wstring connect_timed_out_text(int seconds, Language language);
 // The line between the iterations of a repeat run.
 std::wstring repeat_separator_text(unsigned iteration, unsigned repeat_count, Language language);
+// A pattern with one value, filled in.
+std::wstring filled_text(TextId pattern, std::wstring_view value, Language language);
+// What a packet field and a send button are called, by row from 0; lasts as long as the program.
+std::wstring_view packet_name(std::size_t row, Language language);
+std::wstring_view send_name(std::size_t row, Language language);
 // Display lines of the receive view.
 std::wstring line_count_text(std::size_t lines, Language language);
 // A recording session has begun; it has ended with nothing known to be missing.
@@ -117,9 +167,5 @@ std::wstring receive_loss_text(unsigned long long lost_bytes, Language language)
 // Short status line for communication error bits (serial/serial_status.h) and how often they were seen, for
 // example "RX error: overrun (2)". A count of 1 is not shown; a mask without any of them gives an empty text.
 std::wstring line_error_text(unsigned mask, unsigned long long count, Language language);
-
-// The Korean form of an English message from the layers below, also of those with a field, a port or replaced
-// settings inside; any other message (the system's own texts) is given back as is.
-std::wstring localized_message(std::wstring_view english, Language language);
 
 }  // namespace hvt

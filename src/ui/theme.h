@@ -13,6 +13,8 @@ namespace hvt {
 inline constexpr std::wstring_view kThemeLight = L"Light";
 inline constexpr std::wstring_view kThemeDark = L"Dark";
 inline constexpr std::wstring_view kThemeSystem = L"System";
+inline constexpr std::array<std::wstring_view, 3> kThemeNames{kThemeLight, kThemeDark,
+                                                              kThemeSystem};  // index = ThemeChoice
 
 // Every colour of the window but those of received and sent text (display/palette.h). The value is the slot
 // of ThemePalette.

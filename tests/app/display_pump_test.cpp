@@ -44,7 +44,11 @@ struct Rig {
       ++runs;
     return runs;
   }
-  std::size_t count(wchar_t letter) const {
+  void show(std::size_t count, char letter) {
+    receive(count, letter);
+    run_out();
+  }
+  std::size_t shown(wchar_t letter) const {
     return static_cast<std::size_t>(std::count(view.text().begin(), view.text().end(), letter));
   }
 };
@@ -141,24 +145,21 @@ TEST(DisplayPump, LeavesATrickleToTheTimerAndNothingElse) {
 TEST(DisplayPump, KeepsTheLatestBytesOfEachKindWhileItFollows) {
   Rig rig;
   rig.options.labels = true;
-  rig.receive(kCapacity, 'a');
-  rig.run_out();
-  EXPECT_EQ(rig.count(L'a'), kCapacity) << "all of the capacity can be used";
+  rig.show(kCapacity, 'a');
+  EXPECT_EQ(rig.shown(L'a'), kCapacity) << "all of the capacity can be used";
   for (int i = 0; i < 3; ++i)
     rig.send(kCapacity / 2, 'x');
   rig.run_out();
-  EXPECT_EQ(rig.count(L'a'), kCapacity) << "sent packets cost no received bytes";
-  EXPECT_EQ(rig.count(L'x'), kCapacity);
-  rig.receive(1, 'b');
-  rig.run_out();
-  EXPECT_LT(rig.count(L'a'), kCapacity);
-  EXPECT_GE(rig.count(L'a'), kCapacity - 8192) << "the oldest piece only";
+  EXPECT_EQ(rig.shown(L'a'), kCapacity) << "sent packets cost no received bytes";
+  EXPECT_EQ(rig.shown(L'x'), kCapacity);
+  rig.show(1, 'b');
+  EXPECT_LT(rig.shown(L'a'), kCapacity);
+  EXPECT_GE(rig.shown(L'a'), kCapacity - 8192) << "the oldest piece only";
 }
 
 TEST(DisplayPump, APausedViewOnlyGetsTextBelowUntilItFollows) {
   Rig rig;
-  rig.receive(kCapacity, 'a');
-  rig.run_out();
+  rig.show(kCapacity, 'a');
   rig.pump.pause();
   const std::size_t before = rig.view.updates().size();
   for (int i = 0; i < 16; ++i) {
@@ -166,16 +167,16 @@ TEST(DisplayPump, APausedViewOnlyGetsTextBelowUntilItFollows) {
     rig.send(100, 's');
     rig.run_out();
   }
-  EXPECT_EQ(rig.count(L'a'), kCapacity) << "nothing expired";
-  EXPECT_EQ(rig.count(L'b'), kCapacity);
+  EXPECT_EQ(rig.shown(L'a'), kCapacity) << "nothing expired";
+  EXPECT_EQ(rig.shown(L'b'), kCapacity);
   for (std::size_t i = before; i < rig.view.updates().size(); ++i)
     EXPECT_FALSE(rig.view.updates()[i].follow);
   rig.pump.follow();
   EXPECT_EQ(rig.view.went_to_tail(), 1);
   rig.run_out();
-  EXPECT_EQ(rig.count(L'a'), 0u);
-  EXPECT_EQ(rig.count(L'b'), kCapacity);
-  EXPECT_EQ(rig.count(L's'), 1600u);
+  EXPECT_EQ(rig.shown(L'a'), 0u);
+  EXPECT_EQ(rig.shown(L'b'), kCapacity);
+  EXPECT_EQ(rig.shown(L's'), 1600u);
 }
 
 TEST(DisplayPump, APausedViewIsBoundedAndTellsWhenItIsFull) {
@@ -192,21 +193,20 @@ TEST(DisplayPump, APausedViewIsBoundedAndTellsWhenItIsFull) {
     told = told || result.became_full;
   }
   EXPECT_TRUE(told);
-  EXPECT_EQ(rig.count(L'a'), 2 * kCapacity);
+  EXPECT_EQ(rig.shown(L'a'), 2 * kCapacity);
   EXPECT_GE(received, 3 * kCapacity);
   EXPECT_LE(received, 3 * kCapacity + 4096);
   rig.pump.follow();  // what waited is shown, and nothing that came later
   rig.run_out();
   rig.receive(4096, 'b');
   EXPECT_FALSE(rig.run().became_full) << "it is told once";
-  EXPECT_EQ(rig.count(L'a'), kCapacity);
-  EXPECT_EQ(rig.count(L'b'), 0u);
+  EXPECT_EQ(rig.shown(L'a'), kCapacity);
+  EXPECT_EQ(rig.shown(L'b'), 0u);
   EXPECT_GE(rig.pump.dropped_bytes(), 4096u);
   rig.pump.pause();
   rig.pump.clear();
   EXPECT_FALSE(rig.pump.full() || rig.pump.paused());
-  rig.receive(3, 'c');
-  rig.run_out();
+  rig.show(3, 'c');
   EXPECT_EQ(rig.view.text(), L"ccc");
 }
 
@@ -225,105 +225,78 @@ struct NotingSink final : TextSink {
   bool room = true;
 };
 
-TEST(DisplayPump, TheSinkGetsEverythingOnceWhateverTheViewDoes) {
-  Rig rig;
+struct SinkRig : Rig {
+  SinkRig() { pump.set_sink(&sink); }
+  void clear() {
+    pump.clear_shown();
+    inbox.add_mark(InboxEvent::Kind::clear_mark);
+  }
   NotingSink sink;
-  rig.pump.set_sink(&sink);
+};
+
+TEST(DisplayPump, TheSinkGetsEverythingOnceWhateverTheViewDoes) {
+  SinkRig rig;
   rig.pump.pause();
   const std::size_t all = 4 * kCapacity;
-  for (std::size_t received = 0; received < all; received += 65'536) {
-    rig.receive(65'536, 'a');
-    rig.run_out();
-  }
+  for (std::size_t received = 0; received < all; received += 65'536)
+    rig.show(65'536, 'a');
   EXPECT_TRUE(rig.pump.full());
-  EXPECT_EQ(std::erase(sink.text, L'|'), 1u) << "lines begin anew where the display became full";
-  EXPECT_TRUE(sink.text == std::wstring(all, L'a'));
-  EXPECT_EQ(sink.bytes, all);
+  EXPECT_EQ(std::erase(rig.sink.text, L'|'), 1u) << "lines begin anew where the display became full";
+  EXPECT_TRUE(rig.sink.text == std::wstring(all, L'a'));
+  EXPECT_EQ(rig.sink.bytes, all);
   rig.pump.set_sink(nullptr);
-  rig.receive(1000, 'b');
   const std::uint64_t dropped = rig.pump.dropped_bytes();
-  rig.run_out();
+  rig.show(1000, 'b');
   EXPECT_EQ(rig.pump.dropped_bytes(), dropped + 1000) << "counted though nobody wants it";
-  EXPECT_EQ(sink.text.size(), all);
+  EXPECT_EQ(rig.sink.text.size(), all);
 }
 
-TEST(DisplayPump, AClearOfTheViewTakesNothingFromTheSink) {
-  Rig rig;
-  NotingSink sink;
-  rig.pump.set_sink(&sink);
-  rig.receive(3, 'a');
-  rig.run_out();
+TEST(DisplayPump, ClearsTakeNothingFromTheSinkAndAllThatCameBeforeFromTheView) {
+  SinkRig rig;
+  rig.show(3, 'a');
   rig.receive(3, 'b');  // on its way
-  rig.pump.clear_shown();
-  rig.inbox.add_mark(InboxEvent::Kind::clear_mark);
+  rig.clear();
   rig.receive(3, 'c');
   EXPECT_EQ(rig.view.text(), L"");
-  rig.run_out();
-  EXPECT_EQ(rig.view.text(), L"ccc");
-  EXPECT_EQ(sink.text, L"aaabbb|ccc");
+  rig.clear();
+  rig.show(3, 'd');
+  EXPECT_EQ(rig.view.text(), L"ddd");
   rig.inbox.add_mark(InboxEvent::Kind::stop_mark);
-  rig.receive(3, 'd');
-  rig.run_out();
-  EXPECT_EQ(sink.text, L"aaabbb|ccc#ddd");
-}
-
-TEST(DisplayPump, WhatCameBeforeTheLastOfTwoClearsIsNotShown) {
-  Rig rig;
-  NotingSink sink;
-  rig.pump.set_sink(&sink);
-  for (const char letter : {'a', 'b'}) {
-    rig.receive(3, letter);
-    rig.inbox.add_mark(InboxEvent::Kind::clear_mark);
-    rig.pump.clear_shown();
-  }
-  rig.receive(3, 'c');
-  rig.run_out();
-  EXPECT_EQ(rig.view.text(), L"ccc");
-  EXPECT_EQ(sink.text, L"aaa|bbb|ccc");
+  rig.show(3, 'e');
+  EXPECT_EQ(rig.sink.text, L"aaabbb|ccc|ddd#eee");
 }
 
 TEST(DisplayPump, ASinkWithoutRoomIsWaitedFor) {
-  Rig rig;
-  NotingSink sink;
-  sink.room = false;
-  rig.pump.set_sink(&sink);
-  rig.receive(1000, 'a');
-  rig.run_out();
-  EXPECT_EQ(sink.text, L"");
+  SinkRig rig;
+  rig.sink.room = false;
+  rig.show(1000, 'a');
+  EXPECT_EQ(rig.sink.text, L"");
   EXPECT_EQ(rig.view.text(), L"");
   // Not for ever: half of what the inbox holds must stay free.
   for (std::size_t held = 0; held <= Inbox::kCapacity / 2; held += 1 << 20)
     rig.receive(1 << 20, 'a');
   rig.run_out();
-  EXPECT_GT(sink.bytes, 0u);
+  EXPECT_GT(rig.sink.bytes, 0u);
 }
 
 TEST(DisplayPump, WhatIsOnlyForTheSinkIsNotShown) {
-  Rig rig;
-  NotingSink sink;
-  rig.pump.set_sink(&sink);
+  SinkRig rig;
   rig.pump.show_sink_text(false);
-  rig.receive(3, 'a');
-  rig.run_out();
+  rig.show(3, 'a');
   rig.pump.show_sink_text(true);
-  rig.receive(3, 'b');
-  rig.run_out();
-  EXPECT_EQ(sink.text, L"aaabbb");
+  rig.show(3, 'b');
   EXPECT_EQ(rig.view.text(), L"bbb");
   rig.pump.show_sink_text(false);
-  rig.receive(3, 'c');
-  rig.run_out();
+  rig.show(3, 'c');
   rig.pump.show_sink_text(true);
   rig.receive(3, 'd');
-  rig.receive(3, 'e');
-  rig.run_out();
-  EXPECT_EQ(sink.text, L"aaabbbcccdddeee");
+  rig.show(3, 'e');
+  EXPECT_EQ(rig.sink.text, L"aaabbbcccdddeee");
   EXPECT_EQ(rig.view.text(), L"bbb\r\ndddeee") << "what comes after a gap begins a line";
   rig.pump.show_sink_text(false);
   rig.receive(3, 'f');
   rig.inbox.add_mark(InboxEvent::Kind::stop_mark);
-  rig.receive(3, 'g');
-  rig.run_out();
+  rig.show(3, 'g');
   EXPECT_EQ(rig.view.text(), L"bbb\r\ndddeee\r\nggg") << "what the sink need not take is shown";
 }
 

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <fstream>
 #include <iterator>
-#include <regex>
+#include <sstream>
 #include <vector>
 
 #include "app/app.h"
@@ -24,6 +24,17 @@ std::string file_text(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// Each line without its "2026-11-21 19:45:59".
+std::string without_times(const std::string& text) {
+  std::string rest;
+  std::istringstream lines(text);
+  std::string day;
+  std::string time;
+  for (std::string line; lines >> day >> time && std::getline(lines, line);)
+    rest += line + '\n';
+  return rest;
+}
+
 TEST(ErrorLog, ALineHasPlainNumbersAndUtf8) {
   EXPECT_EQ(error_log_line({2026, 3, 9, 7, 5, 0}, L"\xD55C Could not open serial port."),
             "2026-3-9 7:5:0 \xED\x95\x9C Could not open serial port.\r\n");
@@ -35,9 +46,8 @@ TEST(ErrorLog, AppendsInAFolderThatItCreates) {
   const std::filesystem::path path = folder.path() / "a" / "b" / "error.log";
   ErrorLog(path).append(L"first");
   ErrorLog(path).append(L"\xD55C");
-  const std::regex expected(R"(\d{4}-\d{1,2}-\d{1,2} \d{1,2}:\d{1,2}:\d{1,2} first\r\n\d{4}-\S+ \S+ )"
-                            "\xED\x95\x9C\\r\\n");
-  EXPECT_TRUE(std::regex_match(file_text(path), expected)) << file_text(path);
+  const std::string text = file_text(path);
+  EXPECT_EQ(without_times(text), " first\r\n \xED\x95\x9C\r\n") << text;
 }
 
 TEST(ErrorLog, WhatCannotBeWrittenIsLostWithoutAWord) {

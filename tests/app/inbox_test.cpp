@@ -4,13 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <random>
 #include <thread>
 #include <vector>
 
 #include "app/port_selection.h"
-#include "tests/support/latch.h"
 
 namespace hvt {
 namespace {
@@ -65,31 +63,6 @@ TEST(Inbox, HandsOutNothingBehindAPacketThatIsBeingWritten) {
     EXPECT_EQ(batch.events[0].kind,
               written == Inbox::Written::yes ? InboxEvent::Kind::sent : InboxEvent::Kind::withdrawn);
   }
-}
-
-// The writer needs a wake-up before it ends, a clear that does not wait needs none: in some round it is
-// first.
-TEST(Inbox, AClearWaitsForADirectWriteAndForNoOther) {
-  Inbox inbox([] {});
-  for (int round = 0; round < 20; ++round) {
-    ASSERT_TRUE(inbox.begin_sent(Bytes{1}, {}, {}, Inbox::Write::direct));
-    std::atomic<bool> written{false};
-    test::Latch clear_begins(1);
-    std::jthread writer([&] {
-      clear_begins.wait();
-      written = true;
-      inbox.end_sent(Inbox::Written::yes);
-    });
-    clear_begins.count_down();
-    inbox.clear();
-    ASSERT_TRUE(written);
-  }
-  ASSERT_TRUE(inbox.begin_sent(Bytes{1}, {}, {}, Inbox::Write::queued));
-  inbox.clear();  // returns
-  inbox.end_sent(Inbox::Written::yes);
-  InboxBatch batch;
-  inbox.take(batch);
-  EXPECT_TRUE(batch.events.empty()) << "its place was cleared";
 }
 
 TEST(Inbox, ATimeOutThatALateAnswerTellsFirstStandsBeforeIt) {

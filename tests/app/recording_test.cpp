@@ -1,261 +1,206 @@
 // Risk: what a person records is not what was on the line: lost at the stop, at a clear, at a disconnect or a
 // close, or with the display off or full; or a failed recording takes the connection with it.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
-#include "app/app.h"
-#include "tests/support/folder.h"
-#include "tests/support/recording_window.h"
-#include "tests/support/scripted_transport.h"
+#include "tests/app/program.h"
 
 namespace hvt {
 namespace {
 
-using namespace std::chrono_literals;
-using test::ScriptedTransport;
+using test::Program;
+using testing::HasSubstr;
 
-std::string file_text(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// The program, connected, recording as "log".
-struct Program {
-  explicit Program(const RecordingConfig& config = {})
-      : app(folder.path(), {.factory = [this](const auto&, auto&) { return device; },
-                            .port_source =
-                                [] {
-                                  return std::vector<PortDescription>{{L"COM8", L""}};
-                                },
-                            .recording = config}),
-        window(app) {
-    app.attach(window);
-    app.command(ControlId::connect);
-    EXPECT_TRUE(until([&] { return window.status() == L"Connected to COM8"; }));
-    window.type(ControlId::record_name, L"log");
-  }
-  ~Program() {
-    app.closing();
-    app.detach();
-  }
-  template <typename Condition>
-  bool until(Condition&& condition) {
-    const auto limit = std::chrono::steady_clock::now() + 10s;
-    while (!condition()) {
-      if (std::chrono::steady_clock::now() > limit) return false;
-      window.deliver();
-      window.tick();
-      std::this_thread::yield();
-    }
-    return true;
+// The program, connected, about to record as "log".
+struct Recorder : Program {
+  explicit Recorder(const RecordingConfig& config = {}) : Program({.recording = config}) {
+    connect();
+    type(ControlId::record_name, L"log");
   }
   void record() {
-    app.command(ControlId::record);
-    EXPECT_EQ(window.state(ControlId::record).caption, L"Stop Recording") << "the status is another one";
+    press(ControlId::record);
+    EXPECT_TRUE(records()) << "the status is " << testing::PrintToString(window.status());
   }
+  bool can_record() const { return window.state(ControlId::record).caption == L"Start Recording"; }
   bool recording_ends() {
-    return until([&] { return window.state(ControlId::record).caption == L"Start Recording"; });
+    return until([&] { return can_record(); });
   }
-  // Everything fed so far has reached the program.
-  void feed(const std::string& text) {
-    device->feed({text.begin(), text.end()});
-    EXPECT_TRUE(device->wait_until_read_out());
-    EXPECT_TRUE(device->wait_until_reading());
+  bool stop() {
+    press(ControlId::record);
+    return recording_ends();
   }
-  std::filesystem::path file(const std::string& name) const { return folder.path() / "recording" / name; }
-  std::string log() const { return file_text(file("log_part001.log")); }
-  std::string metadata() const { return file_text(file("log.meta.json")); }
-
-  test::Folder folder;
-  std::shared_ptr<ScriptedTransport> device = std::make_shared<ScriptedTransport>();
-  App app;
-  test::RecordingWindow window;
+  std::filesystem::path recordings() const { return folder.path() / "recording"; }
+  std::string log() const { return test::read_file(recordings() / "log_part001.log"); }
+  std::string metadata() const { return test::read_file(recordings() / "log.meta.json"); }
 };
 
+RecordingConfig queue_of(std::size_t bytes) {
+  RecordingConfig config;
+  config.queue_capacity_bytes = bytes;
+  return config;
+}
+
+const std::wstring kQueueFull = L"Recording incomplete: Recording buffer full. Recording stopped.";
+
 TEST(Recording, HoldsWhatArrivedUntilTheStop) {
-  Program program;
+  Recorder program;
   EXPECT_EQ(program.window.state(ControlId::record_name).caption, L"Auto Filename");
   program.record();
   EXPECT_FALSE(program.window.state(ControlId::record_name).enabled);
   program.feed("one\r\n");
   program.feed("two");  // not formatted yet at the stop
-  program.app.command(ControlId::record);
+  program.press(ControlId::record);
   EXPECT_FALSE(program.window.state(ControlId::record).enabled);  // draining
   program.feed("after");
   ASSERT_TRUE(program.recording_ends());
   EXPECT_EQ(program.log(), "one<CR><LF>two");
-  EXPECT_NE(program.metadata().find("\"stop_reason\": \"user_stop\""), std::string::npos);
-  EXPECT_NE(program.metadata().find("\"raw_rx_delivered_bytes\": 8,"), std::string::npos);
+  EXPECT_THAT(program.metadata(), HasSubstr("\"stop_reason\": \"user_stop\""));
+  EXPECT_THAT(program.metadata(), HasSubstr("\"raw_rx_delivered_bytes\": 8,"));
   EXPECT_EQ(program.window.status(), L"Recording saved: log");
 }
 
 TEST(Recording, IsCompleteHoweverItEnds) {
-  struct Case {
-    const char* name;
-    std::function<void(Program&)> end;
-    std::string note;
-    std::wstring status;
-  };
-  const Case cases[] = {
-      {"disconnect", [](auto& program) { program.app.command(ControlId::connect); }, "\"disconnected\"",
-       L"Disconnected"},
-      {"unplug", [](auto& program) { program.device->unplug(L"Gone."); }, "\"disconnected\"", L"Gone."},
-      {"close", [](auto& program) { program.app.closing(); }, "\"application_closed\"", L"Disconnected"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    Program program;
+  const test::End kClose{"close", [](Program& program) { program.app.closing(); }, L"Disconnected"};
+  for (const test::End& end : {test::kDisconnect, test::kUnplug, kClose}) {
+    SCOPED_TRACE(end.name);
+    Recorder program;
     program.record();
     program.feed("last words");
-    c.end(program);
+    end.happen(program);
     ASSERT_TRUE(program.recording_ends());
     EXPECT_EQ(program.log(), "last words");
-    EXPECT_EQ(program.window.status(), c.status);
-    EXPECT_NE(program.metadata().find("\"receive_processing_error\": " + c.note), std::string::npos);
-    EXPECT_NE(program.metadata().find("\"finalized\": true"), std::string::npos);
-    EXPECT_NE(program.metadata().find("\"integrity\": \"not_verified\""), std::string::npos);
+    EXPECT_EQ(program.window.status(), end.status);
+    const std::string note = end.name == kClose.name ? "application_closed" : "disconnected";
+    EXPECT_THAT(program.metadata(), HasSubstr("\"receive_processing_error\": \"" + note + "\""));
+    EXPECT_THAT(program.metadata(), HasSubstr("\"finalized\": true"));
+    EXPECT_THAT(program.metadata(), HasSubstr("\"integrity\": \"not_verified\""));
   }
 }
 
 TEST(Recording, NeitherAClearNorASilentDisplayCostsIt) {
-  Program program;
+  Recorder program;
   program.record();
   program.feed("before");
-  program.app.command(ControlId::clear);
-  program.app.command(ControlId::display_while_recording);
+  program.press(ControlId::clear);
+  program.press(ControlId::display_while_recording);
   program.feed("unseen");
   ASSERT_TRUE(program.until([&] { return program.log().ends_with("unseen"); }));
   EXPECT_EQ(program.window.shown(), L"");
-  program.app.command(ControlId::record);
-  ASSERT_TRUE(program.recording_ends());
+  ASSERT_TRUE(program.stop());
   EXPECT_EQ(program.log(), "before\r\nunseen");
   program.feed("seen");
-  EXPECT_TRUE(program.until([&] { return program.window.shown() == L"seen"; }));
+  EXPECT_TRUE(program.shows(L"seen"));
 }
 
 TEST(Recording, TakesSentPacketsAndTheirTimingsToo) {
-  Program program;
-  program.app.command(ControlId::transmit);
-  program.window.type(packet_field(0), L"PING");
-  program.window.type(ControlId::rx_timeout, L"10");
+  Recorder program;
+  program.press(ControlId::transmit);
+  program.type(packet_field(0), L"PING");
+  program.type(ControlId::rx_timeout, L"10");
   program.record();
-  program.app.command(send_button(0));
-  ASSERT_TRUE(program.until([&] { return program.window.shown() == L"[TX] PING [TIMEOUT]"; }));
-  program.app.command(ControlId::clear);
+  program.send();
+  ASSERT_TRUE(program.shows(L"[TX] PING [TIMEOUT]"));
+  program.press(ControlId::clear);
   program.feed("late");
-  ASSERT_TRUE(program.until([&] { return program.window.shown() == L"[RX] late"; }));
-  program.app.command(ControlId::record);
-  ASSERT_TRUE(program.recording_ends());
+  ASSERT_TRUE(program.shows(L"[RX] late"));
+  ASSERT_TRUE(program.stop());
   EXPECT_EQ(program.log(), "[TX] PING [TIMEOUT]\r\n[RX] late");
 }
 
 TEST(Recording, AFailedStartOrDiskLeavesTheConnection) {
-  Program program;
-  test::write_file(program.folder.path() / "recording", "in the way");
-  program.app.command(ControlId::record);
-  EXPECT_EQ(program.window.state(ControlId::record).caption, L"Start Recording");
+  Recorder program;
+  test::write_file(program.recordings(), "in the way");
+  program.press(ControlId::record);
+  EXPECT_TRUE(program.can_record());
   EXPECT_TRUE(program.window.status().starts_with(L"Cannot create recording")) << "another status";
-  std::filesystem::remove(program.folder.path() / "recording");
+  std::filesystem::remove(program.recordings());
 
   program.record();
   const auto removed = [&] {  // the session goes on writing meanwhile
     std::error_code in_use;
-    std::filesystem::remove_all(program.folder.path() / "recording", in_use);
-    return !std::filesystem::exists(program.folder.path() / "recording");
+    std::filesystem::remove_all(program.recordings(), in_use);
+    return !std::filesystem::exists(program.recordings());
   };
   for (int tries = 0; !removed(); ++tries)
     if (tries == 100) GTEST_SKIP() << "this system keeps the folder of an open file";
   program.feed("x");
   ASSERT_TRUE(program.recording_ends());
   EXPECT_TRUE(program.window.status().starts_with(L"Recording incomplete: ")) << "another status";
-  EXPECT_EQ(program.window.state(ControlId::connect).caption, L"Connected");
-  EXPECT_TRUE(program.until([&] { return program.window.shown() == L"x"; }));
+  EXPECT_EQ(program.connection(), L"Connected");
+  EXPECT_TRUE(program.shows(L"x"));
 }
 
 TEST(Recording, AStopThatCameTooLateDoesNotEndTheNextOne) {
-  RecordingConfig config;
-  config.queue_capacity_bytes = 8;
-  Program program(config);
+  Recorder program(queue_of(8));
   program.record();
   program.feed("more than eight");
   program.app.message(kDisplayMessage, 0, 0);
   while (program.metadata().find("\"finalized\": true") == std::string::npos)
     std::this_thread::yield();
-  program.app.command(ControlId::record);  // the program does not know yet that the session has ended
-  const auto caption = [&] { return program.window.state(ControlId::record).caption; };
-  while (caption() != L"Start Recording")
+  program.press(ControlId::record);  // the program does not know yet that the session has ended
+  while (!program.can_record())
     program.app.message(kTaskMessage, 0, 0);
-  EXPECT_EQ(program.window.status(), L"Recording incomplete: Recording buffer full. Recording stopped.");
+  EXPECT_EQ(program.window.status(), kQueueFull);
   program.record();
   program.feed("second");
-  const auto second = [&] { return file_text(program.file("log_01_part001.log")); };
+  const auto second = [&] { return test::read_file(program.recordings() / "log_01_part001.log"); };
   EXPECT_TRUE(program.until([&] { return second() == "second"; }));
-  EXPECT_EQ(caption(), L"Stop Recording");
+  EXPECT_TRUE(program.records());
 }
 
 TEST(Recording, AFailureStaysToldWhileTheDisplayIsFull) {
-  RecordingConfig config;
-  config.queue_capacity_bytes = 8;
-  Program program(config);
+  Recorder program(queue_of(8));
   program.record();
   program.feed("more than eight");
   ASSERT_TRUE(program.recording_ends());
-  const std::wstring failure = L"Recording incomplete: Recording buffer full. Recording stopped.";
-  EXPECT_EQ(program.window.status(), failure);
+  EXPECT_EQ(program.window.status(), kQueueFull);
   program.window.receive_view().navigate();
   program.feed(std::string(std::size_t{4} << 20, 'x'));
   EXPECT_TRUE(program.until(
-      [&] { return program.window.status().starts_with(failure + L" Receive display is full."); }));
-  program.app.command(ControlId::clear);
-  EXPECT_EQ(program.window.status(), failure);
+      [&] { return program.window.status().starts_with(kQueueFull + L" Receive display is full."); }));
+  program.press(ControlId::clear);
+  EXPECT_EQ(program.window.status(), kQueueFull);
 }
 
 TEST(Recording, HighSpeedTurnsTheDisplayOff) {
-  Program program;
-  program.app.command(ControlId::connect);
+  Recorder program;
+  program.press(ControlId::connect);
   program.window.choose(ControlId::baud, 11);  // 921600
   EXPECT_TRUE(program.window.status().starts_with(L"At 921600 baud or higher, Display while recording"));
-  EXPECT_FALSE(program.window.state(ControlId::display_while_recording).checked);
-  EXPECT_FALSE(program.window.state(ControlId::display_while_recording).enabled);
-  program.device = std::make_shared<ScriptedTransport>();
-  program.app.command(ControlId::connect);
-  ASSERT_TRUE(
-      program.until([&] { return program.window.state(ControlId::connect).caption == L"Connected"; }));
+  const auto display = [&] { return program.window.state(ControlId::display_while_recording); };
+  EXPECT_FALSE(display().checked || display().enabled);
+  program.device = std::make_shared<test::ScriptedTransport>();
+  program.connect_again();
   program.record();
   program.feed("fast");
   ASSERT_TRUE(program.until([&] { return program.log() == "fast"; }));
   EXPECT_EQ(program.window.shown(), L"");
-  program.app.command(ControlId::record);
-  ASSERT_TRUE(program.recording_ends());
-  program.app.command(ControlId::connect);
+  ASSERT_TRUE(program.stop());
+  program.press(ControlId::connect);
   program.window.choose(ControlId::baud, 8);
-  EXPECT_TRUE(program.window.state(ControlId::display_while_recording).checked);  // the preference is kept
+  EXPECT_TRUE(display().checked);  // the preference is kept
 }
 
 TEST(Recording, LineErrorsMakeItSuspect) {
-  Program program;
+  Recorder program;
   program.record();
   program.device->feed_errors({.available = true, .mask = kCommOverrun});
   program.device->feed_idle();
   program.feed("x");
-  program.app.command(ControlId::record);
-  ASSERT_TRUE(program.recording_ends());
+  ASSERT_TRUE(program.stop());
   EXPECT_TRUE(program.window.status().starts_with(L"Recording data loss possible: RX error: overrun"));
-  EXPECT_NE(program.metadata().find("\"overrun_observations\": 1"), std::string::npos);
+  EXPECT_THAT(program.metadata(), HasSubstr("\"overrun_observations\": 1"));
 }
 
 TEST(Recording, TheFolderOpensInTheDesktop) {
-  Program program;
-  program.app.command(ControlId::open_folder);
+  Recorder program;
+  program.press(ControlId::open_folder);
   ASSERT_EQ(program.window.opened.size(), 1u);
   EXPECT_TRUE(std::filesystem::is_directory(program.window.opened[0]));
 }

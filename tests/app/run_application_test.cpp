@@ -166,7 +166,7 @@ TEST(RunProgram, WhatEndsItIsShownInANormalRunOnlyAndTheExitCodeIsOne) {
     std::vector<std::wstring> arguments;
     if (self_test) arguments.push_back(L"--self-test-ui");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(run_program(arguments, face, no_self_test), 1);
+    EXPECT_EQ(run_program(arguments, face, no_self_test, {}), 1);
     const std::string written = testing::internal::GetCapturedStderr();
     EXPECT_EQ(face.boxes, self_test ? std::vector<std::string>() : std::vector<std::string>{"No prepare."});
     EXPECT_EQ(written, self_test ? "HalvetricSerialTest: No prepare.\n" : "");

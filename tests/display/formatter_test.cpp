@@ -67,6 +67,10 @@ constexpr DisplayOptions kHexLabels{.hex = true, .labels = true};
 constexpr DisplayOptions kBreak{.line_break = true};
 constexpr DisplayOptions kBreakLabels{.line_break = true, .labels = true};
 constexpr DisplayOptions kBreakHide{.line_break = true, .hide_crlf = true};
+constexpr DisplayOptions kBreakHideLabels{.line_break = true, .hide_crlf = true, .labels = true};
+constexpr DisplayOptions kHide{.hide_crlf = true};
+constexpr DisplayOptions kHexBreak{.hex = true, .line_break = true};
+constexpr DisplayOptions kNoTiming{.labels = true, .timing = false};
 
 struct Case {
   const char* name;
@@ -93,22 +97,15 @@ TEST(Formatter, shows_received_data) {
       {"CR alone never breaks", kBreak, [](View& v) { v.rx("A\rB"); }, "{n}A{c}<CR>{n}B"},
       {"typed out tokens are payload", kLabels, [](View& v) { v.rx("<CR>\r"); }, "{h}[RX] {r}<CR>{c}<CR>"},
       {"one label for a stream", kLabels, [](View& v) { v.rx("AB"), v.rx("CD"); }, "{h}[RX] {r}ABCD"},
-      {"Hex shows line ends",
-       {.hex = true, .line_break = true},
-       [](View& v) { v.rx("\r\n"), v.rx("A"); },
-       "{n}0D 0A 41"},
+      {"Hex shows line ends", kHexBreak, [](View& v) { v.rx("\r\n"), v.rx("A"); }, "{n}0D 0A 41"},
       {"Hex joined by a space", kHexLabels, [](View& v) { v.rx("\1"), v.rx("\n"); }, "{h}[RX] {r}01 0A"},
       {"labels turned on in a line", kPlain, [](View& v) { v.rx("A"), v.options.labels = true, v.rx("B"); },
        "{n}A/{h}[RX] {r}B"},
       {"labels turned off in a line", kLabels,
        [](View& v) { v.rx("A"), v.options.labels = false, v.rx("B"); }, "{h}[RX] {r}A{n}B"},
-      {"hidden bytes leave the line open",
-       {.hide_crlf = true},
-       [](View& v) { v.rx("A"), v.rx("\r"), v.standalone(L"-"); },
+      {"hidden bytes leave the line open", kHide, [](View& v) { v.rx("A"), v.rx("\r"), v.standalone(L"-"); },
        "{n}A/-/"},
-      {"raw line shows hidden bytes",
-       {.hide_crlf = true},
-       [](View& v) { v.line.raw_line = true, v.rx("A\r"); },
+      {"raw line shows hidden bytes", kHide, [](View& v) { v.line.raw_line = true, v.rx("A\r"); },
        "{n}A{c}<CR>"},
       {"own label, labels off", kPlain, [](View& v) { v.rx_as("A", L"[LATE]"); }, "{n}A"},
       {"own label on a raw line", kPlain,
@@ -126,9 +123,7 @@ TEST(Formatter, shows_sent_packets_and_what_became_of_them) {
        "{h}[TX] {t}M{c}<CR><LF>{h} [1.2 ms]/[RX] {r}OK{c}<CR><LF>/{h}[TX] {t}N"},
       {"only the last break is removed", kBreakLabels, [](View& v) { v.tx("A\nB\n"), v.elapsed(2); },
        "{h}[TX] {t}A{c}<LF>/{t}B{c}<LF>{h} [2.0 ms]"},
-      {"hidden line ends",
-       {.line_break = true, .hide_crlf = true, .labels = true},
-       [](View& v) { v.tx("A\r\nB\r\n"), v.timeout(); },
+      {"hidden line ends", kBreakHideLabels, [](View& v) { v.tx("A\r\nB\r\n"), v.timeout(); },
        "{h}[TX] {t}A/B{o} [TIMEOUT]"},
       {"Hex packet", kHexLabels, [](View& v) { v.rx("\1"), v.tx("A\n"), v.rx("\2"), v.rx("\3"); },
        "{h}[RX] {r}01/{h}[TX] {t}41 0A/{h}[RX] {r}02 03"},
@@ -139,9 +134,7 @@ TEST(Formatter, shows_sent_packets_and_what_became_of_them) {
        "{h}[TX] {t}MANUAL{o} [TIMEOUT]{l} [LATE]/{h}[RX] {r}LATE"},
       {"no answer", kLabels, [](View& v) { v.tx("A"), v.timeout(), v.tx("B"), v.timeout(); },
        "{h}[TX] {t}A{o} [TIMEOUT]/{h}[TX] {t}B{o} [TIMEOUT]"},
-      {"timing off",
-       {.labels = true, .timing = false},
-       [](View& v) { v.tx("A"), v.elapsed(1), v.timeout(); },
+      {"timing off", kNoTiming, [](View& v) { v.tx("A"), v.elapsed(1), v.timeout(); },
        "{h}[TX] {t}A{o} [TIMEOUT]"},
       {"labels turned off behind a packet", kLabels,
        [](View& v) { v.tx("A"), v.options.labels = false, v.rx("B"); }, "{h}[TX] {t}A/{n}B"},
@@ -225,31 +218,6 @@ TEST(Formatter, any_chunking_gives_the_text_of_the_whole) {
       expect_same(chunked, whole);
       if (HasFatalFailure()) return;
     }
-  }
-}
-
-TEST(Formatter, any_two_halves_give_the_text_of_the_whole) {
-  constexpr std::string_view kStream = "A\r\n\n\r<LF>\xAB\0\nB\r"sv;
-  for (const View& start : starting_points()) {
-    SCOPED_TRACE(traits(start));
-    View whole = start;
-    whole.rx(kStream);
-    for (std::size_t split = 0; split <= kStream.size(); ++split) {
-      View halves = start;
-      halves.rx(kStream.substr(0, split));
-      halves.rx(kStream.substr(split));
-      expect_same(halves, whole);
-      if (HasFatalFailure()) return;
-    }
-  }
-}
-
-TEST(Formatter, an_empty_hex_chunk_changes_nothing) {
-  for (View view : starting_points()) {
-    if (!view.options.hex) continue;
-    const View before = view;
-    view.rx("");
-    expect_same(view, before);
   }
 }
 

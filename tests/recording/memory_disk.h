@@ -20,6 +20,10 @@ namespace hvt::test {
 
 enum class DiskOp { create_folders, create, write, flush, close, replace };
 
+inline FileResult failed(std::uint32_t code) {
+  return {FileResult::Fault::failed, code};
+}
+
 // A disk in memory that can be made to fail at any operation.
 //
 // `fault` is asked before every operation, with the file's name (the target's for a replace), and may throw

@@ -19,6 +19,7 @@ namespace {
 
 using std::chrono::milliseconds;
 using test::DiskOp;
+using test::failed;
 using test::MemoryDisk;
 
 // 2025-03-01T09:15:02.041Z
@@ -162,23 +163,14 @@ TEST(MetadataFile, SaysWhyItCouldNotBePublishedAndLeavesTheOldText) {
     int waits;
   };
   const Case cases[] = {
-      {"folder removed",
-       DiskOp::create,
-       {Fault::failed, 2},
-       "Cannot create recording metadata " + system_error_suffix(2),
+      {"folder removed", DiskOp::create, failed(2),
+       "Cannot create recording metadata " + system_error_suffix(2), 0},
+      {"disk full", DiskOp::write, failed(28), "Cannot write recording metadata.", 0},
+      {"not closed", DiskOp::close, failed(5), "Cannot close recording metadata.", 0},
+      {"not moved", DiskOp::replace, failed(5), "Cannot publish recording metadata " + system_error_suffix(5),
        0},
-      {"disk full", DiskOp::write, {Fault::failed, 28}, "Cannot write recording metadata.", 0},
-      {"not closed", DiskOp::close, {Fault::failed, 5}, "Cannot close recording metadata.", 0},
-      {"not moved",
-       DiskOp::replace,
-       {Fault::failed, 5},
-       "Cannot publish recording metadata " + system_error_suffix(5),
-       0},
-      {"held for ever",
-       DiskOp::replace,
-       {Fault::held, 32},
-       "Cannot publish recording metadata " + system_error_suffix(32),
-       19},
+      {"held for ever", DiskOp::replace, FileResult{Fault::held, 32},
+       "Cannot publish recording metadata " + system_error_suffix(32), 19},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -204,13 +196,6 @@ TEST(MetadataFile, WaitsForAReaderToLetGo) {
   EXPECT_EQ(publish_error(disk), "no error");
   EXPECT_EQ(disk.content("run.meta.json"), "new");
   EXPECT_EQ(disk.waits(), MetadataFile::kMoveAttempts - 1);
-}
-
-TEST(MetadataFile, NeverTouchesALeftOverTemporaryFile) {
-  MemoryDisk disk;
-  disk.put("run.meta.json.pending", "someone's");
-  EXPECT_EQ(publish_error(disk), "Recording metadata temporary file already exists.");
-  EXPECT_EQ(disk.content("run.meta.json.pending"), "someone's");
 }
 
 TEST(MetadataFile, IsClaimedWithItsFirstTextOrLeftAlone) {

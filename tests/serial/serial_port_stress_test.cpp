@@ -8,10 +8,8 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <iostream>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -20,11 +18,13 @@
 
 #include "base/guarded.h"
 #include "serial/serial_port.h"
+#include "tests/support/scripted_transport.h"
 
 namespace hvt {
 namespace {
 
 using namespace std::chrono_literals;
+using test::ScriptedTransport;
 
 constexpr std::size_t kNames = 3;
 
@@ -39,99 +39,43 @@ struct Seen {
   bool enough() const { return connected > 50 && refused > 50 && timed_out > 0 && received > 5 && lost > 0; }
 };
 
-// The driver behind all ports of the test: hands out transports and knows which names are open.
+// The driver behind all ports of the test: hands out devices, knows which names are open, and lets a device
+// do something meanwhile.
 class RandomDriver {
  public:
-  class Transport;
+  std::shared_ptr<SerialTransport> open(const SerialSettings& settings, std::wstring& error) {
+    switch (random_.with([](auto& random) { return random() % 8; })) {
+      case 0: error = L"No."; return nullptr;
+      case 1: return nullptr;
+      case 2: throw std::runtime_error("driver");
+      case 3: throw 3;
+      case 4: std::this_thread::sleep_for(3ms); break;  // longer than some time-outs below
+      case 5: std::this_thread::sleep_for(300us); break;
+      default: break;
+    }
+    const auto name = static_cast<std::size_t>(settings.port.back() - L'0');
+    if (++open_handles_[name] > 1) opened_twice = true;
+    const auto device = std::make_shared<ScriptedTransport>([this, name] {
+      devices_[name].with([](auto& open) { open = nullptr; });
+      --open_handles_[name];
+    });
+    devices_[name].with([&](auto& open) { open = device.get(); });
+    return device;
+  }
+  template <typename Act>
+  void with_device(std::size_t name, Act&& act) {
+    devices_[name].with([&](ScriptedTransport* open) { return open ? act(*open) : void(); });
+  }
+  int open_handles() const { return open_handles_[0] + open_handles_[1] + open_handles_[2]; }
 
-  std::shared_ptr<SerialTransport> open(const SerialSettings& settings, std::wstring& error);
-
-  std::atomic<int> live_handles{0};
   std::atomic<bool> opened_twice{false};
   Seen seen;
-  std::array<std::atomic<int>, kNames> open_handles{};
 
  private:
   Guarded<std::minstd_rand> random_{std::minstd_rand(7)};
+  std::array<Guarded<ScriptedTransport*>, kNames> devices_;
+  std::array<std::atomic<int>, kNames> open_handles_{};
 };
-
-// Reads what was written; breaks on request.
-class RandomDriver::Transport final : public SerialTransport {
- public:
-  Transport(RandomDriver& driver, std::size_t name) : driver_(driver), name_(name) {
-    ++driver_.live_handles;
-    if (++driver_.open_handles[name_] > 1) driver_.opened_twice = true;
-  }
-  ~Transport() override {
-    --driver_.open_handles[name_];
-    --driver_.live_handles;
-  }
-
-  bool read(std::vector<std::uint8_t>& buffer, std::wstring& error) override {
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, 1ms, [&] { return closed_ || broken_ || !pending_.empty(); });
-    buffer.clear();
-    if (closed_) return false;
-    if (broken_ == 2) throw std::runtime_error("driver");
-    if (broken_) {
-      error = L"The device is gone.";
-      return false;
-    }
-    buffer.swap(pending_);
-    return true;
-  }
-  bool write(std::span<const std::uint8_t> data, std::wstring&) override {
-    {
-      const std::lock_guard lock(mutex_);
-      if (closed_) return false;
-      if (data.size() == 2) broken_ = 1;  // the test's way to unplug
-      if (data.size() == 3) broken_ = 2;
-      pending_.insert(pending_.end(), data.begin(), data.end());
-    }
-    changed_.notify_all();
-    return true;
-  }
-  void cancel() override {
-    {
-      const std::lock_guard lock(mutex_);
-      closed_ = true;
-    }
-    changed_.notify_all();
-  }
-  bool discard_input(std::wstring&) override {
-    const std::lock_guard lock(mutex_);
-    pending_.clear();
-    return true;
-  }
-  bool query_errors(CommErrorSnapshot& out, std::wstring&) override {
-    out = {.available = true, .mask = ++polls_ % 5 == 0 ? kCommOverrun : 0u, .input_queued_bytes = 0};
-    return polls_ % 7 != 0;
-  }
-
- private:
-  RandomDriver& driver_;
-  const std::size_t name_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::uint8_t> pending_;
-  bool closed_ = false;
-  int broken_ = 0;
-  std::atomic<unsigned> polls_{0};
-};
-
-std::shared_ptr<SerialTransport> RandomDriver::open(const SerialSettings& settings, std::wstring& error) {
-  const auto name = static_cast<std::size_t>(settings.port.back() - L'0');
-  switch (random_.with([](auto& random) { return random() % 8; })) {
-    case 0: error = L"No."; return nullptr;
-    case 1: return nullptr;
-    case 2: throw std::runtime_error("driver");
-    case 3: throw 3;
-    case 4: std::this_thread::sleep_for(3ms); break;  // longer than some time-outs below
-    case 5: std::this_thread::sleep_for(300us); break;
-    default: break;
-  }
-  return std::make_shared<Transport>(*this, name);
-}
 
 SerialSettings settings_for(std::size_t name) {
   return {.port = L"port" + std::to_wstring(name)};
@@ -205,27 +149,31 @@ class CheckedPort {
   SerialPort port_;
 };
 
-void random_step(CheckedPort& checked, std::minstd_rand& random) {
-  static constexpr std::array<std::uint8_t, 4> kData{1, 2, 3, 4};
+void random_step(CheckedPort& checked, RandomDriver& driver, std::minstd_rand& random) {
   SerialPort& port = checked.port();
+  const std::size_t name = random() % kNames;
   std::wstring error;
-  switch (random() % 16) {
+  switch (random() % 18) {
     case 0:
     case 1:
     case 2:
     case 3:
       // Mostly with time enough, so that connections come about however loaded the machine is.
-      if (checked.connect(random() % kNames, random() % 4 == 0 ? 2 : 5000) && random() % 4 != 0) {
-        checked.await_outcome();
-      }
+      if (checked.connect(name, random() % 4 == 0 ? 2 : 5000) && random() % 4 != 0) checked.await_outcome();
       break;
     case 4: port.disconnect(); break;
-    case 5: port.write(std::span(kData).first(random() % 4 == 0 ? 3 : 2), error); break;  // unplug
-    case 6: port.discard_input(error); break;
-    case 7: port.refresh_status(error); break;
-    case 8: port.while_undisturbed([] {}); break;
-    case 9: std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000)); break;
-    default: port.write(kData, error); break;
+    case 5: driver.with_device(name, [](auto& device) { device.unplug(L"The device is gone."); }); break;
+    case 6: driver.with_device(name, [](auto& device) { device.feed_exception(); }); break;
+    case 7:
+      driver.with_device(name, [](auto& device) { device.feed_errors({true, kCommOverrun, 0}); });
+      break;
+    case 8: driver.with_device(name, [](auto& device) { device.feed_query_failure(L"No status."); }); break;
+    case 9: port.discard_input(error); break;
+    case 10: port.refresh_status(error); break;
+    case 11: port.while_undisturbed([] {}); break;
+    case 12: std::this_thread::sleep_for(std::chrono::microseconds(random() % 1000)); break;
+    case 13: port.write(std::vector<std::uint8_t>{1, 2, 3}, error); break;
+    default: driver.with_device(name, [](auto& device) { device.feed({1, 2, 3, 4}); }); break;
   }
 }
 
@@ -245,7 +193,7 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
     for (int step = 0; step < kStepsPerThread || (!driver.seen.enough() && within_limit()); ++step) {
       if (!port) port = std::make_unique<CheckedPort>(driver);
       if (random() % 40 != 0) {
-        random_step(*port, random);
+        random_step(*port, driver, random);
         continue;
       }
       const auto watch = port->watch();
@@ -281,9 +229,9 @@ TEST(SerialPortStress, RandomStepsLeaveNothingBehind) {
     }
     EXPECT_TRUE(free) << "port" << name << " stayed reserved";
   }
-  while (driver.live_handles != 0 && std::chrono::steady_clock::now() < limit)
+  while (driver.open_handles() != 0 && std::chrono::steady_clock::now() < limit)
     std::this_thread::yield();
-  EXPECT_EQ(driver.live_handles, 0) << "a handle leaked";
+  EXPECT_EQ(driver.open_handles(), 0) << "a handle leaked";
 }
 
 }  // namespace

@@ -160,16 +160,6 @@ TEST(DataFile, what_a_killed_writer_left_is_removed_by_the_next_write) {
   }
 }
 
-TEST(DataFile, no_two_writes_share_a_temporary_name) {
-  const std::filesystem::path target("file");
-  const auto first = next_temporary_name(target).string();
-  const auto second = next_temporary_name(target).string();
-  const std::string start = "file.tmp." + std::to_string(current_process_id()) + ".";
-  ASSERT_TRUE(first.starts_with(start)) << first;
-  ASSERT_TRUE(second.starts_with(start)) << second;
-  EXPECT_EQ(std::stoul(second.substr(start.size())), std::stoul(first.substr(start.size())) + 1);
-}
-
 TEST(DataFile, writes_of_one_file_at_the_same_time_leave_one_of_them_whole) {
   const Folder folder;
   const auto path = folder.path() / "file";

@@ -4,12 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 
 #include "base/text.h"
 #include "settings/data_file.h"
-#include "tests/settings/awkward.h"
 #include "tests/support/error_of.h"
 #include "tests/support/folder.h"
 
@@ -40,17 +38,6 @@ TEST(SendPreset, the_file_is_written_byte_for_byte) {
 )");
 }
 
-TEST(SendPreset, ten_texts_come_back_as_they_were) {
-  const test::Folder folder;
-  const auto path = folder.path() / "preset.json";
-  std::mt19937 random(3);
-  for (int round = 0; round < 20; ++round) {
-    const SendItems items = test::awkward_settings(random).send_items;
-    save_send_preset_file(path, items);
-    ASSERT_EQ(load_send_preset_file(path), items) << read_data_file(path);
-  }
-}
-
 TEST(SendPreset, a_document_gives_ten_texts_or_its_message) {
   struct Case {
     const char* name;
@@ -59,17 +46,12 @@ TEST(SendPreset, a_document_gives_ten_texts_or_its_message) {
   };
   const Case kCases[] = {
       {"empty object", "{}", "||||||||||"},
-      {"byte-order mark", "\xEF\xBB\xBF{\"Items\":[\"a\"]}", "a||||||||||"},
       {"any version", R"({"Version":2,"Items":["a","b","c"]})", "a|b|c||||||||"},
       {"other keys", R"({"items":["x"],"Name":{},"Items":[null,"b"]})", "|b|||||||||"},
       {"version as text", R"({"Version":"1"})", "Expected a JSON integer."},
-      {"version null", R"({"Version":null})", "Expected a JSON integer."},
       {"version with a fraction", R"({"Version":1.0})", "Invalid or out-of-range JSON integer."},
       {"version before items", R"({"Items":null,"Version":"1"})", "Expected a JSON integer."},
-      {"items null", R"({"Items":null})", "Expected an array of send strings."},
-      {"items of numbers", R"({"Items":[1]})", "Expected a send string."},
       {"array", "[]", "Expected a JSON object."},
-      {"more behind it", "{} {}", "Invalid JSON document."},
       {"nothing", "", "Invalid JSON document."},
   };
   for (const Case& one : kCases) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <string_view>
@@ -19,11 +20,10 @@ namespace hvt::test {
 // Ends      by removing it.
 class Folder {
  public:
-  Folder() {
+  explicit Folder(const std::filesystem::path& in = std::filesystem::temp_directory_path()) {
     std::random_device random;
     do {
-      path_ = std::filesystem::temp_directory_path() /
-              (std::filesystem::path(u8"hvt \uC124\uC815 ") += std::to_string(random()));
+      path_ = in / (std::filesystem::path(u8"hvt \uC124\uC815 ") += std::to_string(random()));
     } while (!std::filesystem::create_directory(path_));
   }
   Folder(const Folder&) = delete;
@@ -54,6 +54,12 @@ class Folder {
 inline void write_file(const std::filesystem::path& path, std::string_view bytes) {
   std::ofstream file(path, std::ios::binary);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+// All of it; empty if there is none.
+inline std::string read_file(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace hvt::test

@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +37,7 @@ class PlainReceiveView final : public ReceiveView {
     return 1 + static_cast<std::size_t>(std::count(text_.begin(), text_.end(), L'\n'));
   }
   void set_appearance(Appearance) override {}
+  void set_font_points(int value) override { points = value; }
   void set_language(Language) override {}
 
   // The person.
@@ -45,6 +47,7 @@ class PlainReceiveView final : public ReceiveView {
   const std::vector<ViewUpdate>& updates() const { return updates_; }
   bool updating() const { return open_updates_ > 0; }
   int went_to_tail() const { return went_to_tail_; }
+  int points = 0;
 
  private:
   std::wstring text_;
@@ -62,7 +65,8 @@ class RecordingWindow final : public MainWindow {
   explicit RecordingWindow(WindowEvents& events) : events_(events) {}
 
   void set_title(std::wstring_view) override {}
-  void set_client_size(Size client) override { events_.resized(client); }
+  void set_client_size(Size client) override { resize(client); }
+  Size client_size() const override { return client_; }
   void show() override {}
   void apply(std::span<const ControlChange> changes) override {
     writes_ += changes.size();
@@ -90,6 +94,17 @@ class RecordingWindow final : public MainWindow {
   void show_notice(std::wstring_view title, std::wstring_view text) override {
     notices_.push_back({std::wstring(title), std::wstring(text)});
   }
+  void set_menus(const MenuStates& states) override { menus = states; }
+  void show_dialog(DialogId id, const DialogContent& content) override { dialogs[id] = content; }
+  bool dialog_open(DialogId id) const override { return dialogs.contains(id); }
+  bool desktop_prefers_dark() const override { return prefers_dark; }
+  SystemColors system_colors() const override { return colors; }
+  void set_theme(const ThemePalette& palette) override {
+    if (refuses_theme) throw std::runtime_error("Could not create theme brushes.");
+    themes.push_back(palette);
+  }
+  void set_always_on_top(bool value) override { on_top = value; }
+  Size largest_client_size() const override { return screen; }
   PlainReceiveView& receive_view() override { return view_; }
   bool open_in_desktop(const std::filesystem::path& target) override {
     opened.push_back(target);
@@ -111,6 +126,10 @@ class RecordingWindow final : public MainWindow {
   bool input_waiting() const override { return input_waits; }
 
   // The person.
+  void resize(Size client) {
+    client_ = client;
+    events_.resized(client);
+  }
   void choose(ControlId id, std::size_t row) {
     choices_[id].selected = row;
     events_.chosen(id);
@@ -151,12 +170,21 @@ class RecordingWindow final : public MainWindow {
   const Placement& placement() const { return placement_; }
 
   bool input_waits = false;
+  MenuStates menus;
+  std::map<DialogId, DialogContent> dialogs;  // open ones
+  bool prefers_dark = false;
+  SystemColors colors{};
+  bool refuses_theme = false;
+  std::vector<ThemePalette> themes;  // as set, one after another
+  bool on_top = false;
+  Size screen{10'000, 10'000};
   std::vector<FileQuestion> asked;
   std::vector<std::filesystem::path> opened;
   std::optional<std::filesystem::path> chosen_file;  // what the person answers, nothing for a cancel
 
  private:
   WindowEvents& events_;
+  Size client_;
   PlainReceiveView view_;
   ControlStates states_{};
   Placement placement_{};

@@ -6,11 +6,10 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <random>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,15 +31,6 @@ using Bytes = std::vector<std::uint8_t>;
 
 Bytes bytes_of(std::string_view text) {
   return {text.begin(), text.end()};
-}
-
-std::string content(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void put(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
 }
 
 // What the program records while things happen on the line.
@@ -142,7 +132,7 @@ TEST(Recover, ReadsTheTextInPiecesOfAnySize) {
     session.send(bytes_of("packet"));
   }
   session.end();
-  const std::string text = content(session.part(1));
+  const std::string text = test::read_file(session.part(1));
   for (std::size_t size = 1; size < 100; ++size) {
     Bytes recovered;
     TextDecoder decoder(ReceiveFormat::ascii, LineMarks::labels,
@@ -168,10 +158,10 @@ TEST(Recover, TextThatLooksLikeALabelIsToldApartByTheCount) {
 }
 
 void overwrite(const fs::path& path, std::string_view from, std::string_view to) {
-  std::string text = content(path);
+  std::string text = test::read_file(path);
   const std::size_t at = text.find(from);
   ASSERT_NE(at, text.npos) << from;
-  put(path, text.replace(at, from.size(), to));
+  test::write_file(path, text.replace(at, from.size(), to));
 }
 
 TEST(Recover, SaysWhatIsNotWhole) {
@@ -180,70 +170,40 @@ TEST(Recover, SaysWhatIsNotWhole) {
     DisplayOptions options;
     std::string received;
     std::function<void(Session&)> spoil;
-    std::vector<std::string> problems;
+    std::string problems;  // a part of each, each followed by a bar
   };
   const std::string long_text(2500, 'x');
+  constexpr DisplayOptions kAscii{};
+  constexpr DisplayOptions kHidden{.line_break = true, .hide_crlf = true};
+  constexpr DisplayOptions kHex{.hex = true};
   const auto nothing = [](Session&) {};
+  const auto remove_second_part = [](Session& s) { fs::remove(s.part(2)); };
+  const auto first_part = [](const char* text) {
+    return [text](Session& s) { test::write_file(s.part(1), text); };
+  };
+  const auto unfinish = [](Session& s) {
+    overwrite(s.metadata(), "\"stopped\"", "\"recording\"");
+    overwrite(s.metadata(), "\"finalized\": true", "\"finalized\": false");
+  };
+  const auto overflow = [](Session& s) {
+    overwrite(s.metadata(), "not_verified", "incomplete");
+    overwrite(s.metadata(), "user_stop", "queue_overflow");
+  };
   const Case cases[] = {
-      {"hidden line ends",
-       {.line_break = true, .hide_crlf = true},
-       "a\r\nb\r\n",
-       nothing,
-       {"stands for 2 received bytes, the metadata says 6"}},
-      {"a literal token", {}, "a<LF>b", nothing, {"stands for 3 received bytes, the metadata says 6"}},
-      {"a missing part",
-       {},
-       long_text,
-       [](Session& s) { fs::remove(s.part(2)); },
-       {"Part 2 of 3 is missing", "hold 1500 bytes of text, the metadata says 2500", "stands for 1500"}},
-      {"a cut part",
-       {},
-       long_text,
-       [](Session& s) { fs::resize_file(s.part(3), 499); },
-       {"hold 2499 bytes", "stands for 2499"}},
-      {"a longer part",
-       {},
-       "abc",
-       [](Session& s) { put(s.part(1), "abcd"); },
-       {"hold 4 bytes", "stands for 4"}},
-      {"a changed byte",
-       {},
-       "abc",
-       [](Session& s) {
-         put(s.part(1),
-             "a\x01"
-             "c");
-       },
-       {"from byte 1 on", "stands for 2"}},
-      {"another format",
-       {.hex = true},
-       "abc",
-       [](Session& s) { put(s.part(1), "61 Hi 63"); },
-       {"from byte 3 on", "stands for 2"}},
-      {"not finished",
-       {},
-       "abc",
-       [](Session& s) {
-         overwrite(s.metadata(), "\"stopped\"", "\"recording\"");
-         overwrite(s.metadata(), "\"finalized\": true", "\"finalized\": false");
-       },
-       {"not finished"}},
-      {"less than an unfinished session claims",
-       {},
-       "abc",
-       [](Session& s) {
-         overwrite(s.metadata(), "\"finalized\": true", "\"finalized\": false");
-         put(s.part(1), "ab");
-       },
-       {"not finished", "hold 2 bytes"}},
-      {"incomplete by its own word",
-       {},
-       "abc",
-       [](Session& s) {
-         overwrite(s.metadata(), "not_verified", "incomplete");
-         overwrite(s.metadata(), "user_stop", "queue_overflow");
-       },
-       {"data is missing (queue_overflow)"}},
+      {"hidden line ends", kHidden, "a\r\nb\r\n", nothing,
+       "stands for 2 received bytes, the metadata says 6|"},
+      {"a literal token", kAscii, "a<LF>b", nothing, "stands for 3 received bytes, the metadata says 6|"},
+      {"a missing part", kAscii, long_text, remove_second_part,
+       "Part 2 of 3 is missing|hold 1500 bytes of text, the metadata says 2500|stands for 1500|"},
+      {"a cut part", kAscii, long_text, [](Session& s) { fs::resize_file(s.part(3), 499); },
+       "hold 2499 bytes|stands for 2499|"},
+      {"a longer part", kAscii, "abc", first_part("abcd"), "hold 4 bytes|stands for 4|"},
+      {"a changed byte", kAscii, "abc", first_part("a\001c"), "from byte 1 on|stands for 2|"},
+      {"another format", kHex, "abc", first_part("61 Hi 63"), "from byte 3 on|stands for 2|"},
+      {"not finished", kAscii, "abc", unfinish, "not finished|"},
+      {"less than an unfinished session claims", kAscii, "abc",
+       [&](Session& s) { unfinish(s), first_part("ab")(s); }, "not finished|hold 2 bytes|"},
+      {"incomplete by its own word", kAscii, "abc", overflow, "data is missing (queue_overflow)|"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -254,8 +214,9 @@ TEST(Recover, SaysWhatIsNotWhole) {
     const Recovery found = recover(session.metadata());
     EXPECT_FALSE(found.whole());
     std::vector<testing::Matcher<std::string>> problems;
-    for (const std::string& problem : c.problems)
-      problems.push_back(HasSubstr(problem));
+    std::istringstream parts(c.problems);
+    for (std::string part; std::getline(parts, part, '|');)
+      problems.push_back(HasSubstr(part));
     EXPECT_THAT(found.problems, testing::ElementsAreArray(problems));
   }
 }
@@ -294,7 +255,7 @@ TEST(Recover, RefusesMetadataThatIsNone) {
   const test::Folder folder;
   const fs::path path = folder.path() / "x.meta.json";
   for (const Case& c : cases) {
-    put(path, c.text);
+    test::write_file(path, c.text);
     EXPECT_THAT(test::error_of([&] { recover(path); }), testing::StartsWith(c.says)) << c.text;
   }
   EXPECT_THAT(test::error_of([&] { recover(folder.path() / "none"); }), testing::StartsWith("Cannot open"));
@@ -314,14 +275,14 @@ TEST(Recover, TheToolWritesTheBytesAndTellsTheVerdictByItsExitStatus) {
   };
   const std::string expected(session.received().begin(), session.received().end());
   EXPECT_EQ(run(quoted(session.metadata())), 0);
-  EXPECT_THAT(content(out), HasSubstr("verdict  whole\n"));
+  EXPECT_THAT(test::read_file(out), HasSubstr("verdict  whole\n"));
   EXPECT_EQ(run(quoted(session.metadata()) + " " + quoted(raw)), 0);
-  EXPECT_EQ(content(raw), expected);
+  EXPECT_EQ(test::read_file(raw), expected);
   EXPECT_EQ(run(quoted(session.metadata()) + " -"), 0);
-  EXPECT_EQ(content(out), expected);
+  EXPECT_EQ(test::read_file(out), expected);
   fs::resize_file(session.part(1), 3);
   EXPECT_EQ(run(quoted(session.metadata())), 1);
-  EXPECT_THAT(content(out), HasSubstr("verdict  NOT WHOLE\n"));
+  EXPECT_THAT(test::read_file(out), HasSubstr("verdict  NOT WHOLE\n"));
   EXPECT_EQ(run(quoted(session.part(1))), 2);
   EXPECT_EQ(run(""), 2);
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 #include "tools/virtual_device/command.h"
@@ -58,27 +60,12 @@ TEST(Script, PausesCutTheBytesIntoPieces) {
 }
 
 TEST(Options, EverythingCanBeCombined) {
-  const Options options = parse_options(Arguments{"--echo",
-                                                  "--on",
-                                                  "AT\\r",
-                                                  "20",
-                                                  "OK<5ms>\\r\\n",
-                                                  "--every",
-                                                  "100",
-                                                  "tick",
-                                                  "--flood",
-                                                  "2k",
-                                                  "--binary",
-                                                  "--count",
-                                                  "3",
-                                                  "--bytes",
-                                                  "5000",
-                                                  "--stall-after",
-                                                  "7",
-                                                  "--vanish-after",
-                                                  "10",
-                                                  "--return-after",
-                                                  "20"});
+  const char* const kLine =
+      "--echo --on AT\\r 20 OK<5ms>\\r\\n --every 100 tick --flood 2k --binary --count 3 --bytes 5000 "
+      "--stall-after 7 --vanish-after 10 --return-after 20";
+  std::istringstream line(kLine);
+  const std::vector<std::string> words{std::istream_iterator<std::string>(line), {}};
+  const Options options = parse_options(Arguments(words.begin(), words.end()));
   EXPECT_TRUE(options.echo);
   ASSERT_EQ(options.replies.size(), 1U);
   EXPECT_EQ(options.replies[0].request, bytes("AT\r"));

@@ -136,6 +136,7 @@ TEST(SendPacket, the_line_end_is_added_behind_the_data) {
 TEST(ByteTokens, every_byte_but_the_backslash_is_read_back_from_its_token) {
   for (unsigned value = 0; value < 256; ++value) {
     const Bytes bytes{static_cast<std::uint8_t>(value)};
+    EXPECT_EQ(parse_hex_packet(format_hex_bytes(bytes)), bytes) << value;
     const std::wstring token = format_ascii_tokens(bytes);
     if (value == '\\') {
       EXPECT_EQ(token, L"\\");
@@ -146,18 +147,6 @@ TEST(ByteTokens, every_byte_but_the_backslash_is_read_back_from_its_token) {
   }
   EXPECT_EQ(format_ascii_tokens(Bytes{0x00, 0x09, 0x0D, 0x1F, ' ', '<', '~', 0x7F, 0x80, 0xAB, 0xFF}),
             L"<NUL><TAB><CR><US> <~<DEL><0x80><0xAB><0xFF>");
-}
-
-TEST(ByteTokens, random_bytes_are_read_back_unless_they_spell_a_token_themselves) {
-  std::mt19937 random(3);
-  for (std::size_t size = 1; size < 600; ++size) {
-    Bytes bytes = random_bytes(random, size, 0x00, 0xFF);
-    std::replace(bytes.begin(), bytes.end(), std::uint8_t{'\\'}, std::uint8_t{'/'});
-    // Without this byte every "<" of the text begins a token.
-    std::replace(bytes.begin(), bytes.end(), std::uint8_t{'<'}, std::uint8_t{'('});
-    ASSERT_EQ(parse_ascii_packet(format_ascii_tokens(bytes)), bytes) << size;
-    ASSERT_EQ(parse_hex_packet(format_hex_bytes(bytes)), bytes) << size;
-  }
 }
 
 TEST(DisplayBytes, hidden_line_ends_still_break_the_line) {

@@ -25,92 +25,75 @@ RepeatSettings settings(std::int32_t count, std::int32_t interval_ms, std::int32
   return result;
 }
 
+// Something that another thread does to the engine; what arrives meanwhile is told as "response 0 plain ".
+using Meeting = std::function<std::string(EngineRig&)>;
+
+std::string receive(EngineRig& rig) {
+  return rig.receive() + " ";
+}
+std::string stop(EngineRig& rig) {
+  rig.engine->stop();
+  return {};
+}
+std::string clear_and_receive(EngineRig& rig) {
+  rig.clear();
+  return receive(rig);
+}
+std::string stop_and_receive(EngineRig& rig) {
+  return stop(rig).append(receive(rig));
+}
+std::string receive_and_stop(EngineRig& rig) {
+  return receive(rig).append(stop(rig));
+}
+std::string receive_twice_after_the_time_out(EngineRig& rig) {
+  rig.system->advance(milliseconds(10));
+  rig.log("1A wA@0 2A 3A t- 4 ");
+  return receive(rig).append(receive(rig));
+}
+std::string stop_and_fail(EngineRig& rig) {
+  rig.fail_writes(true);
+  return stop(rig);
+}
+Meeting after(int ms, Meeting meeting) {
+  return [=](EngineRig& rig) { return rig.system->advance(milliseconds(ms)), meeting(rig); };
+}
+
 // Every meeting of worker, reader and interface thread during one packet with a time-out of 10 ms; the same
 // in a manual run and in a repeat run of one packet.
 TEST(RepeatEngine, DecidesEveryMeetingOfItsThreadsOnce) {
+  constexpr const char* kAsleep = "";
   const struct {
     std::string_view name;
-    std::string_view when;  // the entry at which `meet` runs on a thread of its own; else while asleep
-    std::function<void(EngineRig&, std::vector<std::string>& received)> meet;
+    std::string when;  // the entry at which they meet, or while the worker is asleep
+    Meeting meet;
     std::string log;
-    std::vector<std::string> received;
+    std::string received;
   } cases[] = {
-      {"answer during the write",
-       "wA@0",
-       [](auto& rig, auto& rx) { rx.push_back(rig.receive()); },
-       "1A wA@0 2A 2A t0 4 ",
-       {"response 0"}},
-      {"answer while waiting",
-       "",
-       [](auto& rig, auto& rx) { rig.system->advance(milliseconds(4)), rx.push_back(rig.receive()); },
-       "1A wA@0 2A 2A t4 4 ",
-       {"response 4"}},
-      {"answer at the deadline, not noticed yet",
-       "2A",
-       [](auto& rig, auto& rx) { rig.system->advance(milliseconds(10)), rx.push_back(rig.receive()); },
-       "1A wA@0 2A 2A t10 4 ",
-       {"response 10"}},
-      {"answer after the deadline, not noticed yet",
-       "2A",
-       [](auto& rig, auto& rx) { rig.system->advance(milliseconds(11)), rx.push_back(rig.receive()); },
-       "1A wA@0 2A t- 4 ",
-       {"late, timed out"}},
-      {"two answers after the time-out",
-       "",
-       [](auto& rig, auto& rx) {
-         rig.system->advance(milliseconds(10));
-         rig.log("1A wA@0 2A 3A t- 4 ");
-         rx = {rig.receive(), rig.receive()};
-       },
-       "1A wA@0 2A 3A t- 4 ",
-       {"late", "plain"}},
-      {"stop during the write",
-       "wA@0",
-       [](auto& rig, auto& rx) { rig.engine->stop(), rx.push_back(rig.receive()); },
-       "1A wA@0 2A 4 5 ",
-       {"plain"}},
-      {"stop as the write begins", "1A", [](auto& rig, auto&) { rig.engine->stop(); }, "1A wA@0 2A 4 5 ", {}},
-      {"stop while waiting", "", [](auto& rig, auto&) { rig.engine->stop(); }, "1A wA@0 2A 4 5 ", {}},
-      {"stop at the deadline, not noticed yet",
-       "2A",
-       [](auto& rig, auto&) { rig.system->advance(milliseconds(10)), rig.engine->stop(); },
-       "1A wA@0 2A 4 5 ",
-       {}},
-      {"stop, then an answer",
-       "2A",
-       [](auto& rig, auto& rx) { rig.engine->stop(), rx.push_back(rig.receive()); },
-       "1A wA@0 2A 4 5 ",
-       {"plain"}},
-      {"an answer, then stop",
-       "2A",
-       [](auto& rig, auto& rx) { rx.push_back(rig.receive()), rig.engine->stop(); },
-       "1A wA@0 2A 2A t0 5 ",
-       {"response 0"}},
-      {"clear during the write",
-       "wA@0",
-       [](auto& rig, auto& rx) { rig.clear(), rx.push_back(rig.receive()); },
-       "1A wA@0 2A 4 4 ",
-       {"plain"}},
-      {"clear while waiting",
-       "",
-       [](auto& rig, auto& rx) { rig.clear(), rx.push_back(rig.receive()); },
-       "1A wA@0 2A 4 4 ",
-       {"plain"}},
-      {"stop during a write that then fails",
-       "wA@0",
-       [](auto& rig, auto&) { rig.engine->stop(), rig.fail_writes(true); },
-       "1A wA@0 ! d 6:broken ",
-       {}},
+      {"answer during the write", "wA@0", receive, "1A wA@0 2A 2A t0 4 ", "response 0 "},
+      {"answer while waiting", kAsleep, after(4, receive), "1A wA@0 2A 2A t4 4 ", "response 4 "},
+      {"answer at the deadline", "2A", after(10, receive), "1A wA@0 2A 2A t10 4 ", "response 10 "},
+      {"answer after the deadline", "2A", after(11, receive), "1A wA@0 2A t- 4 ", "late, timed out "},
+      {"two answers after the time-out", kAsleep, receive_twice_after_the_time_out, "1A wA@0 2A 3A t- 4 ",
+       "late plain "},
+      {"stop during the write", "wA@0", stop_and_receive, "1A wA@0 2A 4 5 ", "plain "},
+      {"stop as the write begins", "1A", stop, "1A wA@0 2A 4 5 ", ""},
+      {"stop while waiting", kAsleep, stop, "1A wA@0 2A 4 5 ", ""},
+      {"stop at the deadline", "2A", after(10, stop), "1A wA@0 2A 4 5 ", ""},
+      {"stop, then an answer", "2A", stop_and_receive, "1A wA@0 2A 4 5 ", "plain "},
+      {"an answer, then stop", "2A", receive_and_stop, "1A wA@0 2A 2A t0 5 ", "response 0 "},
+      {"clear during the write", "wA@0", clear_and_receive, "1A wA@0 2A 4 4 ", "plain "},
+      {"clear while waiting", kAsleep, clear_and_receive, "1A wA@0 2A 4 4 ", "plain "},
+      {"stop during a write that then fails", "wA@0", stop_and_fail, "1A wA@0 ! d 6:broken ", ""},
   };
   for (const auto& c : cases) {
     for (const bool repeat : {false, true}) {
       EngineRig rig;
-      std::vector<std::string> received;
-      if (!c.when.empty()) rig.at(std::string(c.when), elsewhere([&] { c.meet(rig, received); }));
+      std::string received;
+      if (c.when != kAsleep) rig.at(c.when, elsewhere([&] { received = c.meet(rig); }));
       ASSERT_EQ(repeat ? rig.repeat("A", settings(1, 0, 10)) : rig.send("A", 10), L"");
-      if (c.when.empty()) {
+      if (c.when == kAsleep) {
         ASSERT_TRUE(rig.system->wait_until_asleep()) << c.name;
-        c.meet(rig, received);
+        received = c.meet(rig);
       }
       const std::string log = std::string(repeat ? "0#1 " : "") + c.log;
       EXPECT_EQ(rig.log(log), log) << c.name;
@@ -165,8 +148,9 @@ TEST(RepeatEngine, PacesTheNextPacketFromTheEndOfTheWriteAndAtOnceAfterALongWait
 }
 
 // The time-out of a run's only packet has been reported; what is an answer after that?
-TEST(RepeatEngine, ALateAnswerIsMarkedUntilAStopOrARepeatRun) {
-  for (const std::string_view then : {"late", "plain after a stop", "plain after a repeat"}) {
+TEST(RepeatEngine, ALateAnswerIsMarkedUntilSomethingElseBeginsOrAStop) {
+  for (const std::string_view then :
+       {"late", "plain after a stop", "plain after a repeat", "plain after a packet that does not wait"}) {
     EngineRig rig;
     const bool stopped = then == "plain after a stop";
     ASSERT_EQ(rig.repeat("A", settings(stopped ? 2 : 1, kForever, 10)), L"");
@@ -180,6 +164,11 @@ TEST(RepeatEngine, ALateAnswerIsMarkedUntilAStopOrARepeatRun) {
       rig.at("0#1", elsewhere([&] { answer = rig.receive(); }));
       ASSERT_EQ(rig.repeat("B", settings(1, 0, 10)), L"");
       rig.log(log + "0#1 1B ");
+    }
+    if (then == "plain after a packet that does not wait") {
+      ASSERT_EQ(rig.send("B"), L"");
+      rig.log(log + "1B wB@10 2B 4 ");
+      answer = rig.receive();
     }
     if (then != "late") rig.engine->stop_and_join();
     if (answer.empty()) answer = rig.receive();

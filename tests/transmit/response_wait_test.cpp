@@ -66,15 +66,6 @@ TEST(ResponseWait, JudgesAnAnswerByTheLatestPacketAndItsDeadline) {
     EXPECT_EQ(run(script), script);
 }
 
-TEST(ResponseWait, ANewPacketEndsTheWaitBefore) {
-  ResponseWaitSlot slot;
-  const auto first = begin_wait(slot, at(0), 10);
-  const auto second = begin_wait(slot, at(1), 10);
-  EXPECT_EQ(first->outcome(), WaitOutcome::cancelled);
-  EXPECT_FALSE(check_timeout(slot, first, at(99)));
-  EXPECT_EQ(second->outcome(), WaitOutcome::pending);
-}
-
 TEST(ResponseWait, RefusesTimeoutsOutOfRangeAndKeepsTheCurrentWait) {
   ResponseWaitSlot slot;
   const auto wait = begin_wait(slot, at(0), 99999999);

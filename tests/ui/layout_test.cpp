@@ -78,6 +78,10 @@ Metrics measure(const Font& font, int dpi, LinkState link = LinkState::disconnec
   metrics.text_width[index_of(ControlId::data_bits)] = widest(kDataBits, font, dpi);
   metrics.text_width[index_of(ControlId::stop_bits)] = widest(kStopBits, font, dpi);
   metrics.text_width[index_of(ControlId::parity)] = widest(kParities, font, dpi);
+  metrics.text_width[index_of(ControlId::buffer_size)] = widest(kBufferSizes, font, dpi);
+  metrics.text_width[index_of(ControlId::font_size)] = widest(kFontSizes, font, dpi);
+  metrics.text_width[index_of(ControlId::line_count)] =
+      text_width(line_count_text(1'000'000, font.language), font, dpi);
   return metrics;
 }
 
@@ -93,12 +97,15 @@ bool stretches(ControlId id) {
 
 // What the rules show has a place, and nothing else has.
 bool shown(ControlId id, const PanelState& panel) {
-  return rules({.transmit_expanded = panel.transmit_expanded})[index_of(id)].visible;
+  return rules({.newer_release = true, .transmit_expanded = panel.transmit_expanded})[index_of(id)].visible;
 }
 
 int frame(ControlKind kind) {
   switch (kind) {
     case ControlKind::button: return 20;
+    case ControlKind::menu_button:
+    case ControlKind::bar_button: return 16;
+    case ControlKind::badge: return 12;
     case ControlKind::check:
     case ControlKind::radio: return 22;
     case ControlKind::choice: return 34;
@@ -188,7 +195,8 @@ TEST(Layout, TabOrderIsReadingOrder) {
     for (const ControlRow& row : kControls) {
       const Rect& r = at(p, row.id);
       if (r.empty()) continue;
-      EXPECT_TRUE(r.y >= before.bottom() || (r.y == before.y && r.x >= before.right())) << row.name;
+      const bool same_line = r.y < before.bottom() && r.bottom() > before.y;
+      EXPECT_TRUE(r.y >= before.bottom() || (same_line && r.x >= before.right())) << row.name;
       before = r;
     }
   });
@@ -266,7 +274,9 @@ TEST(Layout, ReceiveOptionsKeepTheirDistances) {
     EXPECT_EQ(distance(ControlId::line_break, ControlId::hide_crlf), scaled(12, dpi));
     EXPECT_EQ(distance(ControlId::hide_crlf, ControlId::echo_sent), scaled(12, dpi));
     EXPECT_EQ(distance(ControlId::buffer_size_label, ControlId::buffer_size), scaled(1, dpi));
-    EXPECT_EQ(distance(ControlId::buffer_size, ControlId::follow), scaled(12, dpi));
+    EXPECT_EQ(distance(ControlId::buffer_size, ControlId::font_size_label), scaled(12, dpi));
+    EXPECT_EQ(distance(ControlId::font_size_label, ControlId::font_size), scaled(1, dpi));
+    EXPECT_EQ(distance(ControlId::font_size, ControlId::font_size_unit), scaled(4, dpi));
     EXPECT_GE(distance(ControlId::line_count, ControlId::clear), scaled(12, dpi));
     EXPECT_EQ(distance(ControlId::baud_label, ControlId::baud), scaled(1, dpi));
     EXPECT_EQ(distance(ControlId::timeout, ControlId::timeout_unit), scaled(4, dpi));
@@ -317,30 +327,63 @@ TEST(Layout, TheRepeatSettingsTakeASecondRowBelow740) {
   }
 }
 
-TEST(MinimumSize, Is600WideAndNoTallerThanTheSettledWindows) {
+TEST(MinimumSize, IsThatOfTheSettledWindows) {
   for (const Font& font : kFonts) {
     for (const int dpi : kDpis) {
       SCOPED_TRACE(testing::Message() << dpi << " dpi, font " << font.line_height);
       const Metrics metrics = measure(font, dpi);
+      const bool usual = font.line_height == kUsualLine;
+      const auto least_height = [&](int width, const PanelState& panel) {
+        return minimum_client_size(metrics, scaled(width, dpi), panel).height;
+      };
       for (const int width : {0, 599, 600, 700, 2560}) {
-        const Size folded = minimum_client_size(metrics, scaled(width, dpi), kFolded);
-        const Size open = minimum_client_size(metrics, scaled(width, dpi), kOpen);
-        EXPECT_EQ(folded.width, scaled(600, dpi));
-        EXPECT_EQ(open.width, folded.width);
-        EXPECT_LT(folded.height, open.height);
-        if (font.line_height == kUsualLine) {
-          EXPECT_LE(folded.height, scaled(440, dpi));
-        }
-        EXPECT_LE(open.height, scaled(width < 740 ? 940 : 800, dpi));
+        for (const PanelState& panel : {kFolded, kOpen})
+          EXPECT_EQ(minimum_client_size(metrics, scaled(width, dpi), panel).width, scaled(600, dpi));
+        EXPECT_LT(least_height(width, kFolded), least_height(width, kOpen));
       }
-      // Proposals below the minimum count as the minimum.
-      EXPECT_EQ(minimum_client_size(metrics, 1, kOpen),
-                minimum_client_size(metrics, scaled(600, dpi), kOpen));
-      // Exact: at the minimum the view has its 80 pixels and no more.
-      const Placement tightest = layout(metrics, minimum_client_size(metrics, 0, kOpen), kOpen);
-      EXPECT_EQ(at(tightest, ControlId::receive_view).height, scaled(80, dpi));
+      if (usual) {  // a window of 700 by 440 grows as needed when the panel is shown, one of 600 by 500 to
+                    // 940
+        EXPECT_LE(least_height(700, kFolded), scaled(440, dpi));
+        EXPECT_LE(least_height(600, kFolded), scaled(500, dpi));
+        EXPECT_EQ(least_height(600, kOpen), scaled(940, dpi));
+        EXPECT_LT(least_height(700, kOpen), scaled(940, dpi));
+        EXPECT_LE(least_height(740, kOpen), scaled(800, dpi));
+      }
+      EXPECT_EQ(least_height(1, kOpen), least_height(600, kOpen)) << "below the minimum is the minimum";
+      const Placement tightest = layout(metrics, minimum_client_size(metrics, 0, kFolded), kFolded);
+      EXPECT_EQ(at(tightest, ControlId::receive_view).height, scaled(80, dpi)) << "and no more";
     }
   }
+}
+
+TEST(FitClientSize, TakesTheFirstArrangementThatTheScreenHasRoomFor) {
+  const Metrics metrics = measure(kFonts[0], 96);
+  const int open_700 = minimum_client_size(metrics, 700, kOpen).height;
+  const int open_740 = minimum_client_size(metrics, 740, kOpen).height;
+  ASSERT_LT(open_740, open_700);
+  struct Case {
+    const char* name;
+    Size wanted;
+    PanelState panel;
+    Size largest;
+    Size expected;
+  };
+  const Case cases[]{
+      {"fits", {800, 800}, kOpen, {1920, 1040}, {800, 800}},
+      {"higher than the screen", {800, 1200}, kFolded, {1366, 700}, {800, 700}},
+      {"wider than the screen", {2560, 700}, kFolded, {1366, 728}, {1366, 700}},
+      {"smaller than the minimum",
+       {100, 100},
+       kFolded,
+       {1366, 728},
+       minimum_client_size(metrics, 0, kFolded)},
+      {"compact does not fit, 700 does", {600, 940}, kOpen, {1366, open_700}, {700, open_700}},
+      {"only 740 fits", {600, 940}, kOpen, {1366, open_700 - 1}, {740, open_700 - 1}},
+      {"nothing fits", {600, 940}, kOpen, {1366, open_740 - 1}, {740, open_740 - 1}},
+      {"nothing fits, nor in width", {600, 940}, kOpen, {640, 480}, {640, 480}},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(fit_client_size(metrics, c.wanted, c.panel, c.largest), c.expected) << c.name;
 }
 
 TEST(MinimumSize, GrowsWhenAFontNeedsMore) {

@@ -18,15 +18,16 @@ bool Facts::*const kFlags[]{&Facts::has_ports,   &Facts::receive_hex,
                             &Facts::send_hex,    &Facts::auto_crlf,
                             &Facts::wait_for_rx, &Facts::display_while_recording,
                             &Facts::high_speed,  &Facts::paused};
-// Which repeat state goes with which record state does not matter to any rule.
+// Which of these goes with which does not matter to any rule.
 struct Activities {
   RepeatState repeat;
   RecordState record;
+  bool newer_release;
 };
-constexpr Activities kActivities[]{{RepeatState::idle, RecordState::idle},
-                                   {RepeatState::running, RecordState::idle},
-                                   {RepeatState::idle, RecordState::running},
-                                   {RepeatState::stopping, RecordState::draining}};
+constexpr Activities kActivities[]{{RepeatState::idle, RecordState::idle, false},
+                                   {RepeatState::running, RecordState::idle, true},
+                                   {RepeatState::idle, RecordState::running, false},
+                                   {RepeatState::stopping, RecordState::draining, true}};
 
 std::vector<Facts> all_facts() {
   std::vector<Facts> all;
@@ -38,6 +39,7 @@ std::vector<Facts> all_facts() {
         facts.link = link;
         facts.repeat = kActivities[bits >> std::size(kFlags)].repeat;
         facts.record = kActivities[bits >> std::size(kFlags)].record;
+        facts.newer_release = kActivities[bits >> std::size(kFlags)].newer_release;
         for (std::size_t i = 0; i < std::size(kFlags); ++i)
           facts.*kFlags[i] = (bits >> i & 1) != 0;
         all.push_back(facts);
@@ -71,8 +73,8 @@ const ControlState& of(const ControlStates& states, ControlId id) {
 }
 
 bool has_caption(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::button ||
-         kind == ControlKind::check || kind == ControlKind::radio || kind == ControlKind::name_edit;
+  return kind == ControlKind::label || kind == ControlKind::title || is_push(kind) ||
+         kind == ControlKind::name_edit;
 }
 
 TEST(StateRules, NothingThatSendsIsEnabledUnlessConnectedAndUnfolded) {
@@ -145,7 +147,8 @@ TEST(StateRules, HiddenControlsAreDisabledAndOnlyFoldingHides) {
       EXPECT_TRUE(state.visible || !state.enabled) << row.name;
       const bool folds = (row.group == ControlGroup::transmit || row.group == ControlGroup::repeat) &&
                          std::ranges::find(kAlwaysShown, row.id) == std::end(kAlwaysShown);
-      EXPECT_EQ(state.visible, !folds || f.transmit_expanded) << row.name;
+      const bool wanted = row.kind != ControlKind::badge || f.newer_release;
+      EXPECT_EQ(state.visible, wanted && (!folds || f.transmit_expanded)) << row.name;
     }
   });
 }
@@ -195,7 +198,8 @@ TEST(StateRules, ALanguageChangesCaptionsAndNothingElse) {
     other.language = f.language == Language::korean ? Language::english : Language::korean;
     ControlStates translated = rules(other);
     for (std::size_t i = 0; i < kControlCount; ++i)
-      translated[i].caption = states[i].caption, translated[i].tip = states[i].tip;
+      translated[i].caption = states[i].caption, translated[i].tip = states[i].tip,
+      translated[i].name = states[i].name;
     EXPECT_TRUE(translated == states);
   });
 }
@@ -219,6 +223,8 @@ TEST(StateRules, APreferenceChangesOnlyItsOwnControls) {
       {"auto_crlf", &Facts::auto_crlf, {ControlId::auto_crlf}},
       {"display_while_recording", &Facts::display_while_recording, {ControlId::display_while_recording}},
       {"high_speed", &Facts::high_speed, {ControlId::display_while_recording}},
+      {"newer_release", &Facts::newer_release, {ControlId::update_badge}},
+      {"always_on_top", &Facts::always_on_top, {ControlId::always_on_top}},
       {"paused", &Facts::paused, {ControlId::follow}},
       {"wait_for_rx", &Facts::wait_for_rx, {ControlId::wait_for_rx, ControlId::rx_timeout}},
   };
@@ -233,6 +239,49 @@ TEST(StateRules, APreferenceChangesOnlyItsOwnControls) {
       }
     }
   });
+}
+
+// Whoever cannot see the window must be told what each control is, and by which key it is reached.
+TEST(StateRules, EveryControlHasASpokenNameAndATipWithItsKey) {
+  for (const Language language : {Language::english, Language::korean}) {
+    const ControlStates states =
+        rules({.language = language, .newer_release = true, .transmit_expanded = true});
+    for (const ControlRow& row : kControls) {
+      const ControlState& state = of(states, row.id);
+      const bool named = !state.name.empty() || !state.caption.empty();
+      const bool tells_itself = row.kind == ControlKind::counter || row.kind == ControlKind::status;
+      EXPECT_EQ(named, !tells_itself) << row.name;
+      if (row.access_key == 0 || is_packet_row(row.id) || row.kind == ControlKind::receive_view ||
+          row.id == ControlId::follow)
+        continue;
+      const std::wstring key = std::wstring(L"(Alt+") + static_cast<wchar_t>(row.access_key) + L")";
+      EXPECT_TRUE(state.tip.ends_with(key)) << row.name;
+      EXPECT_EQ(control_of_access_key(static_cast<char32_t>(row.access_key)), row.id);
+    }
+  }
+  EXPECT_EQ(control_of_access_key(U'r'), ControlId::refresh);
+  EXPECT_EQ(control_of_access_key(U'7'), packet_field(6));
+  for (const char32_t none : {U'\0', U'z', U'é', U'연'})
+    EXPECT_FALSE(control_of_access_key(none)) << static_cast<unsigned>(none);
+}
+
+TEST(MenuRules, MarkThePresentLanguageAndThemeAndTellAllInTheLanguage) {
+  for (const Language language : {Language::english, Language::korean}) {
+    for (const ThemeChoice theme : {ThemeChoice::light, ThemeChoice::dark, ThemeChoice::system}) {
+      const MenuStates menus = menu_rules({.language = language, .theme = theme});
+      const auto marked = [&](MenuItem first, int offset) {
+        return menus[index_of(first) + static_cast<std::size_t>(offset)].checked;
+      };
+      for (const int i : {0, 1})
+        EXPECT_EQ(marked(MenuItem::english, i), i == static_cast<int>(language));
+      for (const int i : {0, 1, 2})
+        EXPECT_EQ(marked(MenuItem::theme_light, i), i == static_cast<int>(theme));
+      for (const MenuRow& row : kMenuItems) {
+        EXPECT_FALSE(menus[index_of(row.item)].caption.empty());
+        EXPECT_TRUE(row.exclusive || !menus[index_of(row.item)].checked);
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -48,30 +48,29 @@ class Results {
   Guarded<std::vector<UpdateResult>> results_;
 };
 
-UpdateResult result_of(StartupUpdateCheck::Fetch fetch) {
-  Results results(1);
-  StartupUpdateCheck check(std::move(fetch), results.taker());
-  check.request_check();
-  return results.wait().at(0);
-}
-
 TEST(StartupUpdateCheck, every_end_of_a_fetch_becomes_a_result) {
-  const UpdateResult good = result_of([](CancelSignal&) { return kManifest; });
-  EXPECT_TRUE(good.succeeded);
-  EXPECT_EQ(good.latest, (Version{{1, 0, 8, 0}}));
-  EXPECT_EQ(good.release_date, L"2030-01-31");
-
-  const UpdateResult broken = result_of([](CancelSignal&) { return "{}"; });
-  EXPECT_FALSE(broken.succeeded);
-  EXPECT_EQ(broken.failure, "Invalid latestVersion.");
-
-  const UpdateResult failed =
-      result_of([](CancelSignal&) -> std::string { throw std::runtime_error("Update request timed out."); });
-  EXPECT_FALSE(failed.succeeded);
-  EXPECT_EQ(failed.failure, "Update request timed out.");
-
-  const UpdateResult exhausted = result_of([](CancelSignal&) -> std::string { throw std::bad_alloc(); });
-  EXPECT_FALSE(exhausted.succeeded);
+  struct Case {
+    const char* name;
+    StartupUpdateCheck::Fetch fetch;
+    bool succeeds;
+    std::string failure;
+  };
+  const Case cases[] = {
+      {"good", [](auto&) { return kManifest; }, true, ""},
+      {"broken", [](auto&) { return "{}"; }, false, "Invalid latestVersion."},
+      {"failed", [](auto&) -> std::string { throw std::runtime_error("Timed out."); }, false, "Timed out."},
+      {"exhausted", [](auto&) -> std::string { throw std::bad_alloc(); }, false, std::bad_alloc().what()},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Results results(1);
+    StartupUpdateCheck check(c.fetch, results.taker());
+    check.request_check();
+    const UpdateResult result = results.wait().at(0);
+    EXPECT_EQ(result.succeeded, c.succeeds);
+    EXPECT_EQ(result.failure, c.failure);
+    EXPECT_EQ(result.latest, (c.succeeds ? Version{{1, 0, 8, 0}} : Version{}));
+  }
 }
 
 TEST(StartupUpdateCheck, a_request_during_a_check_adds_none_and_one_after_it_does) {

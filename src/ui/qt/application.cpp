@@ -1,6 +1,7 @@
 #include "ui/qt/application.h"
 
 #include <QMessageBox>
+#include <QPalette>
 #include <cstdlib>
 #include <utility>
 
@@ -8,8 +9,20 @@
 
 namespace hvt {
 
-Application::Application(int& argument_count, char** arguments) : QApplication(argument_count, arguments) {
+namespace {
+
+// Before the program's own colours take the place of the desktop's.
+bool desktop_is_dark() {
+  const QPalette palette = QApplication::palette();
+  return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+}
+
+}  // namespace
+
+Application::Application(int& argument_count, char** arguments)
+    : QApplication(argument_count, arguments), desktop_(desktop_is_dark()) {
   look::prepare_application(*this);
+  desktop_.ask_session();
 }
 
 // An event may fail before the loop begins: showing a window delivers some.

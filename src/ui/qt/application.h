@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <exception>
 
+#include "ui/qt/desktop_appearance.h"
+
 namespace hvt {
 
 // The toolkit's application object, with the look of this program.
@@ -21,7 +23,10 @@ class Application final : public QApplication {
 
   bool notify(QObject* receiver, QEvent* event) override;
 
+  DesktopAppearance& desktop() { return desktop_; }
+
  private:
+  DesktopAppearance desktop_;
   std::exception_ptr failure_;  // what ended the event loop
 };
 

@@ -5,13 +5,15 @@
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QPainter>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QToolTip>
 #include <QWheelEvent>
 #include <algorithm>
 
 #include "transmit/packet_text.h"
+#include "ui/qt/bar_button.h"
+#include "ui/qt/command_button.h"
+#include "ui/qt/look.h"
 #include "ui/qt/receive_view_widget.h"
 
 namespace hvt {
@@ -20,11 +22,10 @@ namespace {
 constexpr int kMaxVisibleEntries = 20;
 constexpr int kFieldMargin = 3;  // between the edge of a packet field and its text
 
-QWidget* create_packet_edit(const ControlRow& row, QWidget* parent) {
+QWidget* create_packet_edit(QWidget* parent) {
   auto* const edit = new QLineEdit(parent);
   edit->setMaxLength(static_cast<int>(kMaxPacketCharacters));
   edit->setTextMargins(kFieldMargin, 0, kFieldMargin, 0);
-  edit->setAccessibleName(QString::number(packet_row(row.id) + 1));
   return edit;
 }
 
@@ -53,11 +54,14 @@ QWidget* create_by_kind(const ControlRow& row, QWidget* parent) {
     case ControlKind::label:
     case ControlKind::title:
     case ControlKind::counter: return new QLabel(parent);
-    case ControlKind::button: return new QPushButton(parent);
+    case ControlKind::button: return new CommandButton(parent);
+    case ControlKind::menu_button:
+    case ControlKind::bar_button:
+    case ControlKind::badge: return new BarButton(row.kind, parent);
     case ControlKind::check: return new QCheckBox(parent);
     case ControlKind::radio: return create_radio(parent);
     case ControlKind::choice: return new ChoiceBox(parent);
-    case ControlKind::packet_edit: return create_packet_edit(row, parent);
+    case ControlKind::packet_edit: return create_packet_edit(parent);
     case ControlKind::number_edit: return create_number_edit(parent);
     case ControlKind::name_edit: return create_name_edit(parent);
     case ControlKind::receive_view: return new ReceiveViewWidget(parent);
@@ -97,9 +101,15 @@ StatusLine::StatusLine(QWidget* parent) : QLabel(parent) {
   setTextFormat(Qt::PlainText);
 }
 
+void StatusLine::show_text(const QString& text, StatusTone tone) {
+  if (tone_ != tone) update();
+  tone_ = tone;
+  setText(text);
+}
+
 void StatusLine::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.setPen(palette().color(foregroundRole()));
+  painter.setPen(tone_ == StatusTone::error ? look::colors().error_text : look::colors().text);
   const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, width());
   painter.drawText(rect(), static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine), shown);
 }

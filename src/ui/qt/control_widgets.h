@@ -4,6 +4,7 @@
 #include <QLabel>
 
 #include "ui/controls.h"
+#include "ui/main_window.h"
 
 namespace hvt {
 
@@ -23,13 +24,17 @@ class ChoiceBox final : public QComboBox {
 class StatusLine final : public QLabel {
  public:
   explicit StatusLine(QWidget* parent);
+  void show_text(const QString& text, StatusTone tone);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
   bool event(QEvent* event) override;
+
+ private:
+  StatusTone tone_ = StatusTone::plain;
 };
 
-// Creates the widget of a row; `parent` owns it. The receive view is a class of its own.
+// Creates the widget of a row; `parent` owns it.
 QWidget* create_control_widget(const ControlRow& row, QWidget* parent);
 
 }  // namespace hvt

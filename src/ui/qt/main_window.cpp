@@ -4,21 +4,19 @@
 #include <QButtonGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QDesktopServices>
-#include <QFileDialog>
 #include <QLineEdit>
-#include <QMessageBox>
-#include <QPainter>
+#include <QPushButton>
 #include <QResizeEvent>
-#include <QScreen>
+#include <QShortcut>
 #include <QSignalBlocker>
 #include <QTimer>
-#include <QUrl>
 #include <algorithm>
 
+#include "ui/qt/application.h"
 #include "ui/qt/control_widgets.h"
 #include "ui/qt/look.h"
 #include "ui/qt/qt_text.h"
+#include "ui/qt/text_dialog.h"
 
 namespace hvt {
 namespace {
@@ -31,47 +29,32 @@ class PostedMessage final : public QEvent {
   const unsigned message;
 };
 
-constexpr bool is_static_text(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::counter;
-}
-constexpr bool is_push(ControlKind kind) {
-  return kind == ControlKind::button || kind == ControlKind::check || kind == ControlKind::radio;
-}
-constexpr bool keeps_checked(ControlKind kind) {
-  return kind == ControlKind::check || kind == ControlKind::radio;
-}
-
-Size client_size(const QSize& size) {
+Size to_size(const QSize& size) {
   return {size.width(), size.height()};
-}
-
-// The pattern for any file asks for a full stop in the name here, which not every file has.
-QString name_filter(const FileQuestion::Type& type) {
-  const std::wstring pattern = type.pattern == L"*.*" ? L"*" : type.pattern;
-  return to_qstring(type.name + L" (" + pattern + L")");
-}
-
-// "&" would otherwise mark a shortcut letter.
-QString literal(std::wstring_view caption) {
-  return to_qstring(caption).replace(QLatin1Char('&'), QLatin1StringView("&&"));
 }
 
 }  // namespace
 
-QtMainWindow::QtMainWindow(WindowEvents& events, const StartupMark& mark) : events_(events) {
+QtMainWindow::QtMainWindow(WindowEvents& events, const StartupMark& mark)
+    : events_(events), menus_(*this, [this](MenuItem item) { events_.menu_chosen(item); }) {
   mark("control creation begin");
   create_widgets();
   group_radio_buttons();
   pair_labels();
+  create_access_keys();
   tint_packet_rows();
   mark("controls created");
   apply_fonts();
   mark("fonts applied");
+  static_cast<Application&>(*qApp).desktop().on_changed([this] {
+    if (!closed_) events_.appearance_changed();
+  });
   built_ = true;
 }
 
 QtMainWindow::~QtMainWindow() {
   closed_ = true;
+  static_cast<Application&>(*qApp).desktop().on_changed({});
 }
 
 // Children are visited by the Tab key in the order of their creation, which is that of the table.
@@ -80,11 +63,14 @@ void QtMainWindow::create_widgets() {
     widgets_[index_of(row.id)] = create_control_widget(row, this);
     connect_events(row);
   }
+  as<QPushButton>(ControlId::connect).setDefault(true);  // drawn as the one that acts on the line
 }
 
 void QtMainWindow::connect_events(const ControlRow& row) {
   const ControlId id = row.id;
-  if (is_push(row.kind)) {
+  if (row.kind == ControlKind::menu_button) {
+    menus_.add_button(id, as<BarButton>(id));
+  } else if (is_push(row.kind)) {
     connect(&as<QAbstractButton>(id), &QAbstractButton::clicked, this, [this, id] { clicked(id); });
   } else if (row.kind == ControlKind::choice) {
     connect(&as<ChoiceBox>(id), &QComboBox::currentIndexChanged, this, [this, id] { events_.chosen(id); });
@@ -107,7 +93,7 @@ void QtMainWindow::group_radio_buttons() {
   }
 }
 
-// What has no caption of its own is announced by the label before it.
+// A screen reader tells which label belongs to which field.
 void QtMainWindow::pair_labels() {
   for (std::size_t i = 1; i < kControlCount; ++i) {
     const bool pair =
@@ -117,13 +103,13 @@ void QtMainWindow::pair_labels() {
   }
 }
 
-void QtMainWindow::tint_packet_rows() {
+void QtMainWindow::create_access_keys() {
   for (const ControlRow& row : kControls) {
-    if (row.kind != ControlKind::packet_edit || packet_row(row.id) % 2 == 0) continue;
-    QPalette palette = widget(row.id).palette();
-    palette.setColor(QPalette::Base, palette.color(QPalette::AlternateBase));
-    widget(row.id).setPalette(palette);
+    if (row.access_key == 0) continue;
+    const QKeySequence keys(QKeyCombination(Qt::ALT, static_cast<Qt::Key>(row.access_key)));
+    connect(new QShortcut(keys, this), &QShortcut::activated, this, [this, id = row.id] { access(id); });
   }
+  connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, this, [this] { menus_.take_keyboard(); });
 }
 
 void QtMainWindow::apply_fonts() {
@@ -131,10 +117,10 @@ void QtMainWindow::apply_fonts() {
   QFont bold = font();
   bold.setBold(true);
   for (const ControlRow& row : kControls) {
-    const bool in_fixed = row.kind == ControlKind::packet_edit || row.kind == ControlKind::receive_view;
-    if (in_fixed) widget(row.id).setFont(fixed);
+    if (row.kind == ControlKind::packet_edit) widget(row.id).setFont(fixed);
     if (heads_group(row)) widget(row.id).setFont(bold);
   }
+  as<ReceiveViewWidget>(ControlId::receive_view).refresh_font();
 }
 
 // What the controller shows
@@ -143,62 +129,47 @@ void QtMainWindow::set_title(std::wstring_view title) {
   setWindowTitle(to_qstring(title));
 }
 
-void QtMainWindow::set_client_size(Size client) {
-  const QSize frame = frameGeometry().size() - size();
-  const QSize before = size();
-  resize(QSize(client.width, client.height).boundedTo(screen()->availableSize() - frame));
-  if (isVisible() && size() == before) events_.resized(client_size(before));  // no resize event comes
+void QtMainWindow::show() {
+  QWidget::show();
+  if (focusWidget() == nullptr) focus_first();
 }
 
-void QtMainWindow::set_place(const WindowPlace& place) {
-  const QRect wanted(place.normal.x, place.normal.y, place.normal.width, place.normal.height);
-  const QScreen* const where = QGuiApplication::screenAt(wanted.center());
-  const QRect free = (where != nullptr ? where : screen())->availableGeometry();
-  QRect rect(wanted.topLeft(), wanted.size().boundedTo(free.size()));
-  rect.moveTo(std::clamp(rect.x(), free.left(), free.right() + 1 - rect.width()),
-              std::clamp(rect.y(), free.top(), free.bottom() + 1 - rect.height()));
-  setGeometry(rect);
-  if (place.maximized) setWindowState(windowState() | Qt::WindowMaximized);
-}
-
-WindowPlace QtMainWindow::current_place() const {
-  const QRect rect = isMaximized() ? normalGeometry() : geometry();
-  return {{rect.x(), rect.y(), rect.width(), rect.height()}, isMaximized()};
+// A window without a port to choose begins with the next control that can be used.
+void QtMainWindow::focus_first() {
+  for (std::size_t i = index_of(kFirstFocus); i < kControlCount; ++i) {
+    QWidget& candidate = *widgets_[i];
+    if (!candidate.isEnabled() || candidate.isHidden() || !(candidate.focusPolicy() & Qt::TabFocus)) continue;
+    candidate.setFocus();
+    return;
+  }
 }
 
 void QtMainWindow::apply(std::span<const ControlChange> changes) {
+  bool rows_changed = false;
   for (const auto& [id, state] : changes) {
-    if (control(id).kind != ControlKind::counter) set_caption(id, state.caption);  // it has set_counter()
-    widget(id).setToolTip(to_qstring(state.tip));
-    if (!state.tip.empty()) widget(id).setAccessibleName(to_qstring(state.tip));
+    show_caption(id, state);
     widget(id).setEnabled(state.enabled);
+    rows_changed |= is_packet_row(id) && widget(id).isHidden() == state.visible;
     widget(id).setVisible(state.visible);
     checked_[index_of(id)] = state.checked;
   }
   for (const ControlChange& change : changes)
     show_checked(change.id);
-  update();
+  if (rows_changed) update();  // the bands behind them
 }
 
-void QtMainWindow::set_caption(ControlId id, std::wstring_view caption) {
+void QtMainWindow::show_caption(ControlId id, const ControlState& state) {
   const ControlKind kind = control(id).kind;
-  if (is_static_text(kind)) as<QLabel>(id).setText(to_qstring(caption));
-  if (is_push(kind)) as<QAbstractButton>(id).setText(literal(caption));
-  if (id == ControlId::receive_title) widget(ControlId::receive_view).setAccessibleName(to_qstring(caption));
-  if (kind == ControlKind::name_edit) {
-    as<QLineEdit>(id).setPlaceholderText(to_qstring(caption));
-    widget(id).setAccessibleName(to_qstring(caption));
-  }
-  if (id == ControlId::packet_number_label)  // of two fields; the second one follows another label
-    widget(ControlId::end_packet).setAccessibleName(to_qstring(caption));
-  if (kind == ControlKind::button && is_packet_row(id)) {
-    const QString number = QString::number(packet_row(id) + 1);
-    widget(id).setAccessibleName(to_qstring(caption) + QLatin1Char(' ') + number);
-  }
+  if (kind == ControlKind::label || kind == ControlKind::title)
+    as<QLabel>(id).setText(to_qstring(state.caption));
+  if (is_push(kind)) as<QAbstractButton>(id).setText(literal_qstring(state.caption));
+  if (kind == ControlKind::name_edit) as<QLineEdit>(id).setPlaceholderText(to_qstring(state.caption));
+  widget(id).setToolTip(to_qstring(state.tip));
+  widget(id).setAccessibleName(to_qstring(state.name));
 }
 
 void QtMainWindow::show_checked(ControlId id) {
-  if (!keeps_checked(control(id).kind)) return;
+  if (!has_mark(control(id).kind)) return;
   auto& button = as<QAbstractButton>(id);
   const QSignalBlocker quiet(button);
   // An exclusive group refuses to be without a checked button, even for the moment until the other one is
@@ -210,12 +181,13 @@ void QtMainWindow::show_checked(ControlId id) {
 }
 
 void QtMainWindow::place(const Placement& placement) {
-  placement_ = placement;
   for (std::size_t i = 0; i < kControlCount; ++i) {
     const Rect& rect = placement[i];
     if (!rect.empty()) widgets_[i]->setGeometry(rect.x, rect.y, rect.width, rect.height);
   }
   require_minimum_size();
+  if (placement_ == placement) return;
+  placement_ = placement;
   update();
 }
 
@@ -267,60 +239,29 @@ std::optional<std::size_t> QtMainWindow::selected_choice(ControlId id) const {
   return static_cast<std::size_t>(index);
 }
 
+// The marked entry of the language menu is the language of what the toolkit says too.
+void QtMainWindow::set_menus(const MenuStates& states) {
+  menus_.set_states(states);
+  const bool korean = states[index_of(MenuItem::korean)].checked;
+  toolkit_texts_.set_language(korean ? Language::korean : Language::english);
+}
+
 void QtMainWindow::set_status(std::wstring_view text, StatusTone tone) {
-  auto& line = as<StatusLine>(ControlId::status);
-  QPalette colors = palette();
-  if (tone == StatusTone::error) colors.setColor(QPalette::WindowText, look::kErrorText);
-  line.setPalette(colors);
-  line.setText(to_qstring(text));
+  as<StatusLine>(ControlId::status).show_text(to_qstring(text), tone);
 }
 
 void QtMainWindow::set_counter(ControlId id, std::wstring_view text) {
   as<QLabel>(id).setText(to_qstring(text));
 }
 
-// Not exec(), which would hold up whoever asks; but nobody would wait for a box over a window that closes.
-void QtMainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
-  if (closed_) {
-    QMessageBox::warning(nullptr, to_qstring(title), to_qstring(text));
-    return;
-  }
-  auto* const box =
-      new QMessageBox(QMessageBox::Information, to_qstring(title), to_qstring(text), QMessageBox::Ok, this);
-  box->setTextFormat(Qt::PlainText);
-  box->setAttribute(Qt::WA_DeleteOnClose);
-  box->open();
-}
-
 ReceiveView& QtMainWindow::receive_view() {
   return as<ReceiveViewWidget>(ControlId::receive_view);
-}
-
-std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& question) {
-  QFileDialog dialog(this, to_qstring(question.title), QString::fromStdString(question.folder.string()));
-  dialog.setAcceptMode(question.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
-  dialog.setFileMode(question.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-  dialog.setOption(QFileDialog::HideNameFilterDetails);  // the names have their pattern already
-  QStringList filters;
-  for (const FileQuestion::Type& type : question.types)
-    filters << name_filter(type);
-  dialog.setNameFilters(filters);
-  if (question.save) {
-    dialog.setDefaultSuffix(to_qstring(question.extension));
-    dialog.selectFile(to_qstring(question.proposed_name));
-  }
-  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-  return std::filesystem::path(dialog.selectedFiles().front().toStdString());
-}
-
-bool QtMainWindow::open_in_desktop(const std::filesystem::path& target) {
-  return QDesktopServices::openUrl(QUrl::fromUserInput(QString::fromStdString(target.string())));
 }
 
 // What the controller hears
 
 void QtMainWindow::clicked(ControlId id) {
-  if (keeps_checked(control(id).kind)) {
+  if (has_mark(control(id).kind)) {
     for (const ControlRow& row : kControls) {
       const bool same_group =
           groups_[index_of(id)] != nullptr && groups_[index_of(row.id)] == groups_[index_of(id)];
@@ -328,6 +269,17 @@ void QtMainWindow::clicked(ControlId id) {
     }
   }
   events_.command(id);
+}
+
+void QtMainWindow::access(ControlId id) {
+  if (!widget(id).isVisible() || !widget(id).isEnabled()) return;
+  if (control(id).kind == ControlKind::menu_button) {
+    menus_.open(id);
+  } else if (is_push(control(id).kind)) {
+    as<QAbstractButton>(id).click();
+  } else {
+    widget(id).setFocus(Qt::ShortcutFocusReason);
+  }
 }
 
 bool QtMainWindow::post(unsigned message) {
@@ -361,13 +313,13 @@ void QtMainWindow::changeEvent(QEvent* event) {
 
 void QtMainWindow::resizeEvent(QResizeEvent*) {
   require_minimum_size();  // may resize again
-  events_.resized(client_size(size()));
+  events_.resized(to_size(size()));
 }
 
 // How low the window may become depends on its width.
 void QtMainWindow::require_minimum_size() {
   const Size least = events_.minimum_client_size(width());
-  if (client_size(minimumSize()) != least) setMinimumSize(least.width, least.height);
+  if (to_size(minimumSize()) != least) setMinimumSize(least.width, least.height);
 }
 
 void QtMainWindow::closeEvent(QCloseEvent* event) {
@@ -375,28 +327,10 @@ void QtMainWindow::closeEvent(QCloseEvent* event) {
   if (closed_.exchange(true)) return;
   for (auto& [id, timer] : timers_)
     timer->stop();
+  for (TextDialog* const dialog : dialogs_) {
+    if (dialog != nullptr) dialog->close();
+  }
   events_.closing();
-}
-
-// Surfaces behind the controls
-
-void QtMainWindow::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  int header_bottom = 0;
-  for (const ControlRow& row : kControls) {
-    const Rect& rect = placement_[index_of(row.id)];
-    if (row.group == ControlGroup::connection) header_bottom = std::max(header_bottom, rect.bottom());
-  }
-  const QRect header(0, 0, width(), header_bottom + 4);
-  painter.fillRect(header, look::kHeaderBand);
-  painter.fillRect(0, header.bottom(), width(), 1, look::kHairline);
-  for (std::size_t row = 1; row < kPacketRows; row += 2) {
-    const Rect& field = placement_[index_of(packet_field(row))];
-    if (!widget(packet_field(row)).isVisible()) continue;
-    painter.fillRect(0, field.y - 2, width(), field.height + 4, look::kSecondRow);
-  }
-  const Rect& status = placement_[index_of(ControlId::status)];
-  painter.fillRect(0, status.y, width(), 1, look::kHairline);
 }
 
 std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark) {

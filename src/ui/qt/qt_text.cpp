@@ -19,4 +19,8 @@ std::wstring from_qstring(const QString& text) {
   return result;
 }
 
+QString literal_qstring(std::wstring_view caption) {
+  return to_qstring(caption).replace(QLatin1Char('&'), QLatin1StringView("&&"));
+}
+
 }  // namespace hvt

@@ -10,4 +10,7 @@ namespace hvt {
 QString to_qstring(std::wstring_view text);
 std::wstring from_qstring(const QString& text);
 
+// As a caption that shows "&" as it is, not as the mark of a shortcut letter.
+QString literal_qstring(std::wstring_view caption);
+
 }  // namespace hvt

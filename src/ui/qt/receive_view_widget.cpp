@@ -1,5 +1,6 @@
 #include "ui/qt/receive_view_widget.h"
 
+#include <QApplication>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -8,21 +9,12 @@
 #include <cmath>
 
 #include "base/text.h"
+#include "ui/qt/look.h"
 
 namespace hvt {
 namespace {
 
 constexpr int kMargin = CellGrid::kMargin;
-
-QColor to_qcolor(Rgb color) {
-  return {color.red, color.green, color.blue};
-}
-
-Rgb gray_text(const QPalette& palette) {
-  const QColor gray = palette.color(QPalette::Disabled, QPalette::Text);
-  return {static_cast<std::uint8_t>(gray.red()), static_cast<std::uint8_t>(gray.green()),
-          static_cast<std::uint8_t>(gray.blue())};
-}
 
 }  // namespace
 
@@ -143,6 +135,18 @@ void ReceiveViewWidget::repaint_changes() {
 
 // Geometry
 
+void ReceiveViewWidget::set_font_points(int points) {
+  if (font_points_ == points) return;
+  font_points_ = points;
+  refresh_font();
+}
+
+void ReceiveViewWidget::refresh_font() {
+  QFont fixed = look::fixed_font(QApplication::font());
+  if (font_points_ > 0) fixed.setPointSize(font_points_);
+  setFont(fixed);
+}
+
 void ReceiveViewWidget::measure_font() {
   grid_.set_font(font());
 }
@@ -193,11 +197,12 @@ void ReceiveViewWidget::changeEvent(QEvent* event) {
 
 void ReceiveViewWidget::set_appearance(Appearance appearance) {
   appearance_ = appearance;
+  const Rgb gray = look::to_rgb(look::colors().disabled_text);
   QPalette surface;  // light: the window's own
-  if (appearance == Appearance::dark) surface.setColor(QPalette::Base, to_qcolor(kDarkSurface));
+  if (appearance == Appearance::dark) surface.setColor(QPalette::Base, look::to_qcolor(kDarkSurface));
   viewport()->setPalette(surface);
   for (std::size_t role = 0; role < kColorRoleCount; ++role) {
-    colors_[role] = to_qcolor(role_color(static_cast<ColorRole>(role), appearance, gray_text(palette())));
+    colors_[role] = look::to_qcolor(role_color(static_cast<ColorRole>(role), appearance, gray));
   }
   viewport()->update();
 }

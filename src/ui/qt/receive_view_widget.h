@@ -47,7 +47,11 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
   void on_navigated(std::function<void()> navigated) override { navigated_ = std::move(navigated); }
   std::size_t line_count() const override { return document_.row_count(); }
   void set_appearance(Appearance appearance) override;
+  void set_font_points(int points) override;
   void set_language(Language language) override { language_ = language; }
+
+  // In the fixed-width font of the desktop, in the size set last.
+  void refresh_font();
 
   void select_all();
   void copy() const;
@@ -129,6 +133,7 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
   std::array<QColor, kColorRoleCount> colors_;
   Appearance appearance_ = Appearance::light;
   Language language_ = Language::english;
+  int font_points_ = 0;  // 0 until it is set: that of the interface font
 
   Position anchor_ = 0;
   Position caret_ = 0;

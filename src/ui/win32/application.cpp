@@ -33,7 +33,7 @@ int run_message_loop(MainWindow& window) {
   auto& native = dynamic_cast<Win32MainWindow&>(window);
   MSG message{};
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-    if (native.handle() != nullptr && IsDialogMessageW(native.handle(), &message)) continue;
+    if (native.takes(message)) continue;
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "ui/main_window.h"
+#include "ui/win32/com.h"
 
 namespace hvt {
 
@@ -16,7 +17,7 @@ struct FreeModule {
 };
 using UniqueModule = std::unique_ptr<std::remove_pointer_t<HMODULE>, FreeModule>;
 
-// What the process needs before its first window: DPI awareness, common controls, the rich edit library.
+// What the process needs before its first window: DPI awareness, common controls, COM, the rich edit library.
 //
 // Promises  everything is ready, or the constructor throws std::runtime_error
 //           "Windows Rich Edit component is unavailable.".
@@ -27,6 +28,7 @@ class InterfaceLibraries {
   InterfaceLibraries();
 
  private:
+  ComApartment apartment_;
   UniqueModule rich_edit_;
 };
 

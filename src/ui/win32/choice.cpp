@@ -3,21 +3,22 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "ui/win32/fonts.h"
+#include "ui/win32/painted.h"
 
 namespace hvt {
 namespace {
 
+constexpr UINT_PTR kSubclass = 0;
 constexpr WPARAM kField = static_cast<WPARAM>(-1);  // in place of an entry's index
 constexpr UINT kNoEntry = static_cast<UINT>(-1);
-constexpr int kSidePadding = 4;   // logical pixels left of a text
-constexpr int kListPadding = 12;  // logical pixels beside the widest entry of the open list
-constexpr int kEntrySpacing = 4;  // logical pixels between the lines of the open list
-
-int scaled(HWND window, int logical) {
-  return MulDiv(logical, static_cast<int>(GetDpiForWindow(window)), USER_DEFAULT_SCREEN_DPI);
-}
+constexpr int kSidePadding = 4;    // logical pixels left of a text
+constexpr int kListPadding = 12;   // logical pixels beside the widest entry of the open list
+constexpr int kEntrySpacing = 6;   // logical pixels between the lines of the open list
+constexpr int kChevronRight = 14;  // logical pixels from the right edge to the middle of the arrow
+constexpr int kChevronRoom = 24;   // logical pixels that the text leaves to the arrow
 
 std::wstring entry_text(HWND choice, WPARAM index) {
   const LRESULT length = SendMessageW(choice, CB_GETLBTEXTLEN, index, 0);
@@ -35,41 +36,110 @@ void widen_list(HWND choice) {
   SendMessageW(choice, CB_SETDROPPEDWIDTH, static_cast<WPARAM>(width), 0);
 }
 
-struct EntryColors {
-  int text;
-  int background;
+struct Choice {
+  Painted painted;
+  std::wstring placeholder;
 };
 
-// System colour indices. Only entries of the open list show the selection; the field stays calm.
-EntryColors entry_colors(const DRAWITEMSTRUCT& item) {
-  const bool is_field = (item.itemState & ODS_COMBOBOXEDIT) != 0;
-  if ((item.itemState & ODS_DISABLED) != 0) return {COLOR_GRAYTEXT, COLOR_BTNFACE};
-  if (!is_field && (item.itemState & ODS_SELECTED) != 0) return {COLOR_HIGHLIGHTTEXT, COLOR_HIGHLIGHT};
-  return {item.itemID == kNoEntry ? COLOR_GRAYTEXT : COLOR_WINDOWTEXT, COLOR_WINDOW};
+void paint_chevron(HWND choice, Canvas& canvas, const RECT& client, COLORREF color) {
+  const double unit = GetDpiForWindow(choice) / static_cast<double>(USER_DEFAULT_SCREEN_DPI);
+  const double x = client.right - kChevronRight * unit;
+  const double y = client.bottom / 2.0;
+  const PointF chevron[]{{x - 4 * unit, y - 2 * unit}, {x, y + 2 * unit}, {x + 4 * unit, y - 2 * unit}};
+  canvas.line(chevron, 1.4 * unit, color);
+}
+
+void paint_field(HWND choice, const Choice& state) {
+  paint_window(choice, [&](Canvas& canvas, const RECT& client) {
+    const Look& look = *state.painted.look;
+    const COLORREF ground = look[state.painted.ground];
+    const bool enabled = IsWindowEnabled(choice) != FALSE;
+    const bool focused = GetFocus() == choice;
+    const COLORREF inside = look[enabled ? ThemeColor::field : ThemeColor::disabled_field];
+    COLORREF frame = field_frame(look, ground, enabled, focused);
+    if (enabled && state.painted.hovered) frame = look[ThemeColor::accent];
+    canvas.fill(client, ground);
+    canvas.framed(client, scaled(choice, kFieldRadius), inside, frame);
+
+    const auto selected = selected_entry(choice);
+    const ThemeColor slot = selected ? ThemeColor::text : ThemeColor::secondary_text;
+    const COLORREF color = enabled ? look.text_on(inside, slot) : look.disabled_text_on(inside);
+    paint_chevron(choice, canvas, client, color);
+    RECT area = client;
+    area.left += scaled(choice, kSidePadding + 3);
+    area.right -= scaled(choice, kChevronRoom);
+    canvas.text(selected ? entry_text(choice, *selected) : state.placeholder, area, font_of(choice), color,
+                DT_SINGLELINE | DT_VCENTER | DT_LEFT | DT_NOPREFIX | DT_END_ELLIPSIS);
+  });
 }
 
 // The system sends the wheel to the window under the pointer.
+bool wheel_is_for_parent(HWND choice, UINT message) {
+  return message == WM_MOUSEWHEEL && GetFocus() != choice;
+}
+
 LRESULT CALLBACK choice_procedure(HWND choice, UINT message, WPARAM first, LPARAM second, UINT_PTR,
-                                  DWORD_PTR) {
-  if (message == WM_MOUSEWHEEL && GetFocus() != choice)
-    return SendMessageW(GetParent(choice), message, first, second);
-  return DefSubclassProc(choice, message, first, second);
+                                  DWORD_PTR data) {
+  auto* const state = reinterpret_cast<Choice*>(data);
+  follow_pointer(choice, message, state->painted);
+  if (wheel_is_for_parent(choice, message)) return SendMessageW(GetParent(choice), message, first, second);
+  switch (message) {
+    case WM_ERASEBKGND: return 1;
+    case WM_PAINT: paint_field(choice, *state); return 0;
+    case WM_NCDESTROY:
+      RemoveWindowSubclass(choice, choice_procedure, kSubclass);
+      delete state;
+      break;
+    default: break;
+  }
+  const LRESULT result = DefSubclassProc(choice, message, first, second);
+  if (message == WM_SETFOCUS || message == WM_KILLFOCUS || message == WM_ENABLE || message == CB_SETCURSEL)
+    InvalidateRect(choice, nullptr, FALSE);
+  return result;
+}
+
+// The system's frame has a colour of its own.
+LRESULT CALLBACK list_procedure(HWND list, UINT message, WPARAM first, LPARAM second, UINT_PTR,
+                                DWORD_PTR data) {
+  const LRESULT result = DefSubclassProc(list, message, first, second);
+  if (message != WM_NCPAINT) return result;
+  const Look& look = *reinterpret_cast<const Look*>(data);
+  const HDC dc = GetWindowDC(list);
+  RECT whole{};
+  GetWindowRect(list, &whole);
+  OffsetRect(&whole, -whole.left, -whole.top);
+  SetDCBrushColor(dc, look[ThemeColor::frame]);
+  FrameRect(dc, &whole, static_cast<HBRUSH>(GetStockObject(DC_BRUSH)));
+  ReleaseDC(list, dc);
+  return result;
 }
 
 }  // namespace
 
-void make_choice(HWND choice) {
-  SetWindowSubclass(choice, choice_procedure, 0, 0);
+HWND list_of(HWND choice) {
+  COMBOBOXINFO info{};
+  info.cbSize = sizeof info;
+  return GetComboBoxInfo(choice, &info) ? info.hwndList : nullptr;
+}
+
+void make_choice(HWND choice, const Look& look, ThemeColor ground) {
+  auto owned = std::make_unique<Choice>(Choice{{&look, ground, false}, {}});
+  if (SetWindowSubclass(choice, choice_procedure, kSubclass, reinterpret_cast<DWORD_PTR>(owned.get())))
+    static_cast<void>(owned.release());  // the window's until it goes
+  SetWindowSubclass(list_of(choice), list_procedure, kSubclass, reinterpret_cast<DWORD_PTR>(&look));
 }
 
 void set_choice_entries(HWND choice, std::span<const std::wstring> entries,
-                        std::optional<std::size_t> selected) {
+                        std::optional<std::size_t> selected, std::wstring_view placeholder) {
+  DWORD_PTR data = 0;
+  if (GetWindowSubclass(choice, choice_procedure, kSubclass, &data))
+    reinterpret_cast<Choice*>(data)->placeholder = placeholder;
   SendMessageW(choice, CB_RESETCONTENT, 0, 0);
   for (const std::wstring& entry : entries)
     SendMessageW(choice, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
   if (selected && *selected < entries.size()) SendMessageW(choice, CB_SETCURSEL, *selected, 0);
   widen_list(choice);
-  InvalidateRect(choice, nullptr, TRUE);
+  InvalidateRect(choice, nullptr, FALSE);
 }
 
 std::optional<std::size_t> selected_entry(HWND choice) {
@@ -101,18 +171,21 @@ void set_choice_height(HWND choice, int height) {
   if (set != wanted) SendMessageW(choice, CB_SETITEMHEIGHT, kField, 2 * wanted - set);
 }
 
-void draw_choice(const DRAWITEMSTRUCT& item, const std::wstring& placeholder) {
-  const EntryColors colors = entry_colors(item);
-  FillRect(item.hDC, &item.rcItem, GetSysColorBrush(colors.background));
+// The field is painted as one piece; only entries of the open list come here in parts.
+void draw_choice_entry(const DRAWITEMSTRUCT& item, const Look& look) {
+  if ((item.itemState & ODS_COMBOBOXEDIT) != 0 || item.itemID == kNoEntry) {
+    InvalidateRect(item.hwndItem, nullptr, FALSE);
+    return;
+  }
+  const bool lit = (item.itemState & ODS_SELECTED) != 0;
+  const COLORREF inside = look[lit ? ThemeColor::list_selection : ThemeColor::field];
   RECT area = item.rcItem;
-  area.left += scaled(item.hwndItem, kSidePadding);
-  const std::wstring text = item.itemID == kNoEntry ? placeholder : entry_text(item.hwndItem, item.itemID);
-  SetBkMode(item.hDC, TRANSPARENT);
-  SetTextColor(item.hDC, GetSysColor(colors.text));
-  DrawTextW(item.hDC, text.c_str(), static_cast<int>(text.size()), &area,
-            DT_SINGLELINE | DT_VCENTER | DT_LEFT | DT_NOPREFIX | DT_END_ELLIPSIS);
-  const bool shows_focus = (item.itemState & ODS_FOCUS) != 0 && (item.itemState & ODS_NOFOCUSRECT) == 0;
-  if (shows_focus) DrawFocusRect(item.hDC, &item.rcItem);
+  Canvas canvas{item.hDC, area};
+  canvas.fill(area, inside);
+  area.left += scaled(item.hwndItem, kSidePadding + 3);
+  canvas.text(entry_text(item.hwndItem, item.itemID), area, font_of(item.hwndItem),
+              look.text_on(inside, lit ? ThemeColor::selection_text : ThemeColor::text),
+              DT_SINGLELINE | DT_VCENTER | DT_LEFT | DT_NOPREFIX | DT_END_ELLIPSIS);
 }
 
 }  // namespace hvt

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "ui/win32/painting.h"
+#include "ui/win32/look.h"
 
 namespace hvt {
 namespace {

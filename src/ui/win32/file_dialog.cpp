@@ -1,6 +1,5 @@
 #include "ui/win32/file_dialog.h"
 
-#include <objbase.h>
 #include <shobjidl.h>
 
 #include <memory>
@@ -8,35 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "ui/win32/com.h"
+
 namespace hvt {
 namespace {
 
 void require(HRESULT result) {
   if (FAILED(result)) throw std::runtime_error("Could not open the file dialog.");
 }
-
-// A thread that was set up in another way already serves too.
-class ComApartment {
- public:
-  ComApartment() : result_(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE)) {
-    if (result_ != RPC_E_CHANGED_MODE) require(result_);
-  }
-  ~ComApartment() {
-    if (SUCCEEDED(result_)) CoUninitialize();
-  }
-  ComApartment(const ComApartment&) = delete;
-  ComApartment& operator=(const ComApartment&) = delete;
-
- private:
-  const HRESULT result_;
-};
-
-template <typename Interface>
-struct Release {
-  void operator()(Interface* object) const { object->Release(); }
-};
-template <typename Interface>
-using ComPointer = std::unique_ptr<Interface, Release<Interface>>;
 
 ComPointer<IFileDialog> create_dialog(bool save) {
   void* dialog = nullptr;
@@ -82,6 +60,7 @@ std::filesystem::path chosen_path(IFileDialog& dialog) {
 
 std::optional<std::filesystem::path> show_send_data_file_dialog(HWND owner, const FileQuestion& question) {
   const ComApartment apartment;
+  require(apartment.result());
   const auto dialog = create_dialog(question.save);
   set_options(*dialog, question.save);
   set_types(*dialog, question.types);

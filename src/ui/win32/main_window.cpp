@@ -4,14 +4,17 @@
 #include <shellapi.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "ui/win32/choice.h"
-#include "ui/win32/fields.h"
+#include "ui/win32/desktop.h"
+#include "ui/win32/edit_menu.h"
 #include "ui/win32/file_dialog.h"
+#include "ui/win32/own_change.h"
+#include "ui/win32/painted.h"
+#include "ui/win32/painting.h"
 #include "ui/win32/sizing.h"
 
 namespace hvt {
@@ -20,18 +23,6 @@ namespace {
 constexpr DWORD kWindowStyle = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
 
 static_assert(kTaskMessage == WM_APP + 1 && kDisplayMessage == WM_APP + 2 && kTimerMessage == WM_TIMER);
-
-// Counts one change that the program makes; what the controls report meanwhile is no event.
-class OwnChange {
- public:
-  explicit OwnChange(int& count) : count_(count) { ++count_; }
-  ~OwnChange() { --count_; }
-  OwnChange(const OwnChange&) = delete;
-  OwnChange& operator=(const OwnChange&) = delete;
-
- private:
-  int& count_;
-};
 
 void register_window_class(WNDPROC procedure) {
   WNDCLASSEXW description{};
@@ -45,60 +36,14 @@ void register_window_class(WNDPROC procedure) {
   }
 }
 
-bool has_mark(ControlKind kind) {
-  return kind == ControlKind::check || kind == ControlKind::radio;
-}
-
-bool is_checked(HWND button) {
-  return SendMessageW(button, BM_GETCHECK, 0, 0) == BST_CHECKED;
-}
-
-// What a control's notification means to the program.
-struct NotificationRow {
-  ControlKind kind;
-  WORD code;
-  void (WindowEvents::*event)(ControlId);
-};
-constexpr NotificationRow kNotifications[] = {
-    {ControlKind::button, BN_CLICKED, &WindowEvents::command},
-    {ControlKind::check, BN_CLICKED, &WindowEvents::command},
-    {ControlKind::radio, BN_CLICKED, &WindowEvents::command},
-    {ControlKind::choice, CBN_SELCHANGE, &WindowEvents::chosen},
-    {ControlKind::packet_edit, EN_CHANGE, &WindowEvents::edited},
-    {ControlKind::packet_edit, kEnterPressed, &WindowEvents::command},
-};
-
 }  // namespace
 
 std::unique_ptr<MainWindow> create_main_window(WindowEvents& events, const StartupMark& mark) {
   return std::make_unique<Win32MainWindow>(events, mark);
 }
 
-// One line per message; everything else is the system's.
-const Win32MainWindow::Route Win32MainWindow::kRoutes[] = {
-    {WM_COMMAND, &Win32MainWindow::on_command},
-    {WM_NOTIFY, &Win32MainWindow::on_notify},
-    {WM_CTLCOLORSTATIC, &Win32MainWindow::on_control_colors},
-    {WM_CTLCOLOREDIT, &Win32MainWindow::on_control_colors},
-    {WM_CTLCOLORBTN, &Win32MainWindow::on_control_colors},
-    {WM_DRAWITEM, &Win32MainWindow::on_draw_item},
-    {WM_ERASEBKGND, &Win32MainWindow::on_erase},
-    {WM_SIZE, &Win32MainWindow::on_size},
-    {WM_SIZING, &Win32MainWindow::on_sizing},
-    {WM_GETMINMAXINFO, &Win32MainWindow::on_limits},
-    {WM_DPICHANGED, &Win32MainWindow::on_dpi_changed},
-    {WM_ACTIVATE, &Win32MainWindow::on_activate},
-    {WM_SETFOCUS, &Win32MainWindow::on_focus},
-    {kTaskMessage, &Win32MainWindow::on_forwarded},
-    {kDisplayMessage, &Win32MainWindow::on_forwarded},
-    {WM_TIMER, &Win32MainWindow::on_forwarded},
-    {WM_CLOSE, &Win32MainWindow::on_close},
-    {WM_ENDSESSION, &Win32MainWindow::on_end_session},
-    {WM_DESTROY, &Win32MainWindow::on_destroy},
-    {WM_NCDESTROY, &Win32MainWindow::on_gone},
-};
-
-Win32MainWindow::Win32MainWindow(WindowEvents& events, const StartupMark& mark) : events_(events) {
+Win32MainWindow::Win32MainWindow(WindowEvents& events, const StartupMark& mark)
+    : events_(events), look_(build_theme_palette(false, desktop_colors())) {
   register_window_class(&Win32MainWindow::procedure);
   try {
     create_native(mark);
@@ -119,10 +64,17 @@ void Win32MainWindow::create_native(const StartupMark& mark) {
                   CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, GetModuleHandleW(nullptr), this);
   if (handle() == nullptr) throw std::runtime_error("Could not create the main window.");
   mark("control creation begin");
-  controls_.create(handle());
+  controls_.create(handle(), look_);
   receive_view_.attach(controls_[ControlId::receive_view]);
   tips_.create(handle(), controls_[ControlId::status]);
+  menus_.attach(controls_, [this](MenuItem item) { post_choice(kMenuMessage, index_of(item)); });
+  receive_view_.on_menu([this](POINT where, const EditMenu& menu, std::function<void(EditCommand)> chosen) {
+    open_edit_menu(popup_, controls_[ControlId::receive_view], where, receive_view_.language(), menu,
+                   fonts_.interface_font(), std::move(chosen));
+  });
   mark("controls created");
+  style_native_parts();
+  SendMessageW(handle(), WM_CHANGEUISTATE, MAKEWPARAM(UIS_INITIALIZE, 0), 0);
   fit_to_dpi(static_cast<int>(GetDpiForWindow(handle())));
   mark("fonts applied");
 }
@@ -131,174 +83,10 @@ void Win32MainWindow::fit_to_dpi(int dpi) {
   Fonts fonts{dpi};
   controls_.set_fonts(fonts);
   fonts_ = std::move(fonts);
-  receive_view_.set_font(kFixedFace, kFixedPoints, dpi);
+  receive_view_.set_dpi(dpi);
   WindowIcons icons{dpi};
   icons.show_on(handle());
   icons_ = std::move(icons);
-}
-
-LRESULT CALLBACK Win32MainWindow::procedure(HWND window, UINT id, WPARAM first, LPARAM second) {
-  if (id == WM_NCCREATE) {
-    auto* const self =
-        static_cast<Win32MainWindow*>(reinterpret_cast<const CREATESTRUCTW*>(second)->lpCreateParams);
-    self->window_ = window;
-    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-  }
-  auto* const self = reinterpret_cast<Win32MainWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-  if (self == nullptr) return DefWindowProcW(window, id, first, second);
-  return self->dispatch(window, {id, first, second});
-}
-
-// The system calls us and must not see our exceptions: the first one is kept and ends the message loop.
-LRESULT Win32MainWindow::dispatch(HWND window, const Message& message) {
-  try {
-    if (const Answer answer = route(message)) return *answer;
-  } catch (...) {
-    if (!failure_) failure_ = std::current_exception();
-    live_ = false;
-    PostQuitMessage(EXIT_FAILURE);
-  }
-  return DefWindowProcW(window, message.id, message.first, message.second);
-}
-
-Win32MainWindow::Answer Win32MainWindow::route(const Message& message) {
-  for (const Route& row : kRoutes) {
-    if (row.message == message.id) return (this->*row.handler)(message);
-  }
-  return {};
-}
-
-void Win32MainWindow::rethrow_failure() {
-  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
-  const auto id = control_of(LOWORD(message.first));
-  if (!id || message.second == 0 || !live_ || own_changes_ > 0) return 0;
-  const ControlKind kind = control(*id).kind;
-  // A radio button reports the focus and every click; only the change is a command.
-  if (kind == ControlKind::radio && is_checked(controls_[*id])) return 0;
-  for (const NotificationRow& row : kNotifications) {
-    if (row.kind == kind && row.code == HIWORD(message.first)) (events_.*row.event)(*id);
-  }
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_notify(const Message& message) {
-  const auto* const header = reinterpret_cast<const NMHDR*>(message.second);
-  if (header->code != TTN_GETDISPINFOW) return {};
-  tips_.answer(*reinterpret_cast<NMTTDISPINFOW*>(message.second));
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_control_colors(const Message& message) {
-  const auto window = reinterpret_cast<HWND>(message.second);
-  const auto id = control_of(GetDlgCtrlID(window));
-  if (!id) return {};
-  const ControlColors colors = surfaces_.colors(*id, IsWindowEnabled(window) != FALSE, status_tone_);
-  const auto dc = reinterpret_cast<HDC>(message.first);
-  SetTextColor(dc, colors.text);
-  SetBkColor(dc, colors.background);
-  return reinterpret_cast<LRESULT>(colors.brush);
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_draw_item(const Message& message) {
-  const auto id = control_of(static_cast<int>(message.first));
-  if (!id) return {};
-  controls_.draw_choice_item(*reinterpret_cast<const DRAWITEMSTRUCT*>(message.second), *id);
-  return TRUE;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_erase(const Message& message) {
-  RECT client{};
-  GetClientRect(handle(), &client);
-  paint_background(reinterpret_cast<HDC>(message.first), surfaces_, client, sections_);
-  return 1;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_size(const Message& message) {
-  if (live_ && message.first != SIZE_MINIMIZED) events_.resized(client_size(handle()));
-  return 0;
-}
-
-Size Win32MainWindow::minimum_window_size(int proposed_width) {
-  const Size frame = frame_size(handle());
-  const Size client = events_.minimum_client_size(proposed_width - frame.width);
-  return {client.width + frame.width, client.height + frame.height};
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_sizing(const Message& message) {
-  if (!live_) return {};
-  RECT& rect = *reinterpret_cast<RECT*>(message.second);
-  enlarge_dragged_rect(rect, message.first, minimum_window_size(rect.right - rect.left));
-  return TRUE;
-}
-
-// The smallest size of all; while the edges are dragged, the exact one for the width follows in on_sizing().
-Win32MainWindow::Answer Win32MainWindow::on_limits(const Message& message) {
-  if (!live_) return {};
-  auto& limits = *reinterpret_cast<MINMAXINFO*>(message.second);
-  const Size smallest = minimum_window_size(limits.ptMaxTrackSize.x);
-  limits.ptMinTrackSize = {smallest.width, smallest.height};
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_dpi_changed(const Message& message) {
-  fit_to_dpi(LOWORD(message.first));
-  if (live_) events_.metrics_changed();
-  const RECT& suggested = *reinterpret_cast<const RECT*>(message.second);
-  SetWindowPos(handle(), nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
-               suggested.bottom - suggested.top, SWP_NOZORDER | SWP_NOACTIVATE);
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_activate(const Message& message) {
-  const HWND focus = GetFocus();
-  if (LOWORD(message.first) == WA_INACTIVE && IsChild(handle(), focus)) last_focus_ = focus;
-  return {};
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_focus(const Message&) {
-  const bool usable =
-      IsChild(handle(), last_focus_) && IsWindowVisible(last_focus_) && IsWindowEnabled(last_focus_);
-  const OwnChange change{own_changes_};
-  SetFocus(usable ? last_focus_ : GetNextDlgTabItem(handle(), nullptr, FALSE));
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_forwarded(const Message& message) {
-  if (live_) events_.message(message.id, message.first, message.second);
-  return 0;
-}
-
-void Win32MainWindow::tell_closing() {
-  if (!live_ || std::exchange(closing_told_, true)) return;
-  events_.closing();
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_close(const Message&) {
-  tell_closing();
-  DestroyWindow(handle());
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_end_session(const Message& message) {
-  if (message.first != FALSE) tell_closing();
-  return 0;
-}
-
-// A window that goes with its object leaves no quit message behind: it would close the next message box.
-Win32MainWindow::Answer Win32MainWindow::on_destroy(const Message&) {
-  if (std::exchange(live_, false)) PostQuitMessage(EXIT_SUCCESS);
-  return 0;
-}
-
-Win32MainWindow::Answer Win32MainWindow::on_gone(const Message&) {
-  SetWindowLongPtrW(handle(), GWLP_USERDATA, 0);
-  controls_.forget();
-  receive_view_.release();
-  window_ = nullptr;
-  return 0;
 }
 
 void Win32MainWindow::set_title(std::wstring_view title) {
@@ -307,9 +95,9 @@ void Win32MainWindow::set_title(std::wstring_view title) {
 
 void Win32MainWindow::set_client_size(Size client) {
   if (handle() == nullptr) return;
-  const Size before = client_size(handle());
+  const Size before = hvt::client_size(handle());
   if (!IsZoomed(handle()) && !IsIconic(handle())) resize_client(handle(), client);
-  if (live_ && client_size(handle()) == before) events_.resized(before);
+  if (live_ && hvt::client_size(handle()) == before) events_.resized(before);
 }
 
 void Win32MainWindow::show() {
@@ -353,11 +141,20 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   const ControlKind kind = control(change.id).kind;
   const ControlState& state = change.state;
   if (kind != ControlKind::counter) controls_.set_caption(change.id, state.caption);  // it has set_counter()
-  tips_.set(target, state.tip);
+  set_description(change.id, state);
   if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);
   EnableWindow(target, state.enabled);
   ShowWindow(target, state.visible ? SW_SHOWNA : SW_HIDE);
+}
+
+// What is told about a control without being part of it.
+void Win32MainWindow::set_description(ControlId id, const ControlState& state) {
+  Description& known = descriptions_[index_of(id)];
+  if (known.name == state.name && known.tip == state.tip) return;
+  known = {std::wstring{state.name}, std::wstring{state.tip}};
+  tips_.set(controls_[id], known.tip);
+  names_.set(controls_[id], known.name, known.tip);
 }
 
 // The keyboard must not stay in a control that can no longer be used.
@@ -408,10 +205,13 @@ std::optional<std::size_t> Win32MainWindow::selected_choice(ControlId id) const 
 }
 
 void Win32MainWindow::set_status(std::wstring_view text, StatusTone tone) {
-  status_tone_ = tone;
   const HWND status = controls_[ControlId::status];
-  SetWindowTextW(status, std::wstring(text).c_str());
-  if (status != nullptr) InvalidateRect(status, nullptr, TRUE);
+  set_text_color(status, text_color_of(control(ControlId::status), tone));
+  if (window_text(status) != text) SetWindowTextW(status, std::wstring(text).c_str());
+}
+
+void Win32MainWindow::set_menus(const MenuStates& states) {
+  menus_.set_states(states);
 }
 
 void Win32MainWindow::set_counter(ControlId id, std::wstring_view text) {
@@ -420,7 +220,105 @@ void Win32MainWindow::set_counter(ControlId id, std::wstring_view text) {
 
 void Win32MainWindow::show_notice(std::wstring_view title, std::wstring_view text) {
   if (handle() == nullptr) return;
-  MessageBoxW(handle(), std::wstring(text).c_str(), std::wstring(title).c_str(), MB_OK | MB_ICONINFORMATION);
+  popup_.close();
+  const Language language = receive_view_.language();
+  const DialogContent content{std::wstring{title},
+                              {{DialogLine::Kind::text, std::wstring{text}}},
+                              {},
+                              std::wstring{hvt::text(TextId::close, language)}};
+  // One inside the other: the events that come meanwhile may bring the next.
+  auto outer = std::exchange(notice_, std::make_unique<TextDialog>(look_, names_, [] {}));
+  run_modal(*notice_, content);
+  notice_ = std::move(outer);
+}
+
+// Events go on coming. The window is usable again before the dialog goes: else another program's came up.
+void Win32MainWindow::run_modal(TextDialog& dialog, const DialogContent& content) {
+  const bool was_enabled = IsWindowEnabled(handle()) != FALSE;
+  EnableWindow(handle(), FALSE);
+  dialog.before_closing([this, was_enabled] { EnableWindow(handle(), was_enabled); });
+  dialog.show(handle(), content);
+  MSG message{};
+  while (dialog.window() != nullptr) {
+    if (GetMessageW(&message, nullptr, 0, 0) <= 0) {
+      PostQuitMessage(static_cast<int>(message.wParam));
+      break;
+    }
+    if (takes(message)) continue;
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+  dialog.close();
+}
+
+void Win32MainWindow::show_dialog(DialogId id, const DialogContent& content) {
+  if (handle() == nullptr) return;
+  auto& dialog = dialogs_[static_cast<std::size_t>(id)];
+  if (!dialog) {
+    dialog = std::make_unique<TextDialog>(
+        look_, names_, [this, id] { post_choice(kDialogMessage, static_cast<std::size_t>(id)); });
+  }
+  dialog->show(handle(), content);
+}
+
+bool Win32MainWindow::dialog_open(DialogId id) const {
+  const auto& dialog = dialogs_[static_cast<std::size_t>(id)];
+  return dialog && dialog->window() != nullptr;
+}
+
+bool Win32MainWindow::desktop_prefers_dark() const {
+  return desktop_prefers_dark_apps();
+}
+
+SystemColors Win32MainWindow::system_colors() const {
+  return desktop_colors();
+}
+
+// What may fail comes first: then everything keeps the colours it had.
+void Win32MainWindow::set_theme(const ThemePalette& palette) {
+  if (palette == look_.palette()) return;
+  Look fresh{palette};
+  receive_view_.set_appearance(palette.dark ? Appearance::dark : Appearance::light);
+  look_ = std::move(fresh);
+  if (handle() == nullptr) return;
+  popup_.close();
+  title_bar_.apply(handle(), look_.dark());
+  style_native_parts();
+  for (const auto& dialog : dialogs_) {
+    if (dialog) dialog->repaint();
+  }
+  if (notice_) notice_->repaint();
+  RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+}
+
+void Win32MainWindow::style_native_parts() {
+  set_system_style(controls_[ControlId::receive_view], look_.dark());
+  for (const ControlRow& row : kControls) {
+    if (row.kind == ControlKind::choice) set_system_style(list_of(controls_[row.id]), look_.dark());
+  }
+  tips_.set_look(look_);
+}
+
+void Win32MainWindow::set_always_on_top(bool on_top) {
+  if (handle() == nullptr) return;
+  SetWindowPos(handle(), on_top ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0,
+               SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+}
+
+Size Win32MainWindow::client_size() const {
+  return IsIconic(handle()) ? Size{} : hvt::client_size(handle());
+}
+
+Size Win32MainWindow::largest_client_size() const {
+  const Size work = work_area_size(handle());
+  const Size frame = frame_size(handle());
+  return {work.width - frame.width, work.height - frame.height};
+}
+
+// A choice made in a menu or a dialog becomes an event from the window's own message, where a failure is
+// caught.
+void Win32MainWindow::post_choice(UINT message, std::size_t choice) {
+  PostMessageW(handle(), message, choice, 0);
 }
 
 std::optional<std::filesystem::path> Win32MainWindow::ask_file(const FileQuestion& question) {

@@ -2,21 +2,34 @@
 
 #include <windows.h>
 
+#include <array>
 #include <atomic>
 #include <exception>
+#include <memory>
 #include <optional>
+#include <string>
 
 #include "ui/main_window.h"
+#include "ui/win32/accessible_names.h"
 #include "ui/win32/fonts.h"
 #include "ui/win32/icons.h"
+#include "ui/win32/look.h"
+#include "ui/win32/menu_bar.h"
 #include "ui/win32/native_controls.h"
 #include "ui/win32/painting.h"
+#include "ui/win32/popup_menu.h"
 #include "ui/win32/receive_view.h"
+#include "ui/win32/text_dialog.h"
+#include "ui/win32/title_bar.h"
 #include "ui/win32/tool_tips.h"
 
 namespace hvt {
 
 inline constexpr const wchar_t* kMainWindowClass = L"HalvetricSerialTest.Main";
+
+// Messages of the window to itself; the first parameter is the item of a menu, the dialog.
+inline constexpr UINT kMenuMessage = WM_APP + 16;
+inline constexpr UINT kDialogMessage = WM_APP + 17;
 
 // The main window on Windows: one top-level window whose children are the controls of kControls.
 //
@@ -35,6 +48,9 @@ class Win32MainWindow final : public MainWindow {
   HWND handle() const { return window_.load(); }
   // Throws what an event threw, once.
   void rethrow_failure();
+  // A message that the loop took from the queue: keys of menus and dialogs, access keys, the Tab key. True
+  // when it goes no further.
+  bool takes(MSG& message);
 
   void set_title(std::wstring_view title) override;
   void set_client_size(Size client) override;
@@ -52,7 +68,16 @@ class Win32MainWindow final : public MainWindow {
   std::optional<std::size_t> selected_choice(ControlId id) const override;
   void set_status(std::wstring_view text, StatusTone tone) override;
   void set_counter(ControlId id, std::wstring_view text) override;
+  void set_menus(const MenuStates& states) override;
   void show_notice(std::wstring_view title, std::wstring_view text) override;
+  void show_dialog(DialogId id, const DialogContent& content) override;
+  bool dialog_open(DialogId id) const override;
+  bool desktop_prefers_dark() const override;
+  SystemColors system_colors() const override;
+  void set_theme(const ThemePalette& palette) override;
+  void set_always_on_top(bool on_top) override;
+  Size client_size() const override;
+  Size largest_client_size() const override;
   ReceiveView& receive_view() override { return receive_view_; }
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
   bool open_in_desktop(const std::filesystem::path& target) override;
@@ -66,6 +91,12 @@ class Win32MainWindow final : public MainWindow {
     WPARAM first;
     LPARAM second;
   };
+  // What a control's tip and name are now.
+  struct Description {
+    std::wstring name;
+    std::wstring tip;
+  };
+  static constexpr std::size_t kDialogCount = static_cast<std::size_t>(DialogId::update) + 1;
   // Empty: the system's own handling follows.
   using Answer = std::optional<LRESULT>;
   struct Route {
@@ -87,6 +118,13 @@ class Win32MainWindow final : public MainWindow {
   Answer on_sizing(const Message& message);
   Answer on_limits(const Message& message);
   Answer on_dpi_changed(const Message& message);
+  Answer on_context_menu(const Message& message);
+  Answer on_system_command(const Message& message);
+  Answer on_setting_change(const Message& message);
+  Answer on_colors_change(const Message& message);
+  Answer on_move(const Message& message);
+  Answer on_menu_chosen(const Message& message);
+  Answer on_dialog_link(const Message& message);
   Answer on_activate(const Message& message);
   Answer on_focus(const Message& message);
   Answer on_forwarded(const Message& message);
@@ -98,20 +136,33 @@ class Win32MainWindow final : public MainWindow {
   void create_native(const StartupMark& mark);
   void fit_to_dpi(int dpi);
   void apply_one(const ControlChange& change);
+  void set_description(ControlId id, const ControlState& state);
   void leave_if_focused(HWND control);
+  HWND first_focus() const;
+  bool take_access_key(const MSG& message);
+  bool is_dialog(HWND window) const;
+  void style_native_parts();
+  void run_modal(TextDialog& dialog, const DialogContent& content);
+  void post_choice(UINT message, std::size_t choice);
   void tell_closing();
   Size minimum_window_size(int proposed_width);
 
   WindowEvents& events_;
   std::atomic<HWND> window_{nullptr};
-  Surfaces surfaces_;
+  Look look_;
   Fonts fonts_;
   WindowIcons icons_;
+  TitleBar title_bar_;
+  AccessibleNames names_;
   NativeControls controls_;
   RichEditView receive_view_;
   ToolTips tips_;
+  PopupMenu popup_{look_};
+  MenuBar menus_{popup_};
+  std::array<std::unique_ptr<TextDialog>, kDialogCount> dialogs_;
+  std::unique_ptr<TextDialog> notice_;
+  std::array<Description, kControlCount> descriptions_;
   Sections sections_;
-  StatusTone status_tone_ = StatusTone::plain;
   HWND last_focus_ = nullptr;  // the control to return to when the window becomes active again
   int own_changes_ = 0;        // above 0 while the program itself changes controls: no events then
   int show_command_ = SW_SHOWDEFAULT;

@@ -7,8 +7,11 @@
 #include <stdexcept>
 
 #include "transmit/packet_text.h"
+#include "ui/win32/buttons.h"
 #include "ui/win32/choice.h"
 #include "ui/win32/fields.h"
+#include "ui/win32/painted.h"
+#include "ui/win32/painting.h"
 
 namespace hvt {
 namespace {
@@ -29,7 +32,10 @@ NativeKind native_kind(ControlKind kind) {
     case ControlKind::counter: return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX};
     case ControlKind::status:  // SS_NOTIFY: the mouse is over this control, not over the window behind it
       return {WC_STATICW, SS_LEFT | SS_CENTERIMAGE | SS_NOPREFIX | SS_ENDELLIPSIS | SS_NOTIFY};
-    case ControlKind::button: return {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP};
+    case ControlKind::button:
+    case ControlKind::menu_button:
+    case ControlKind::bar_button:
+    case ControlKind::badge: return {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP};
     case ControlKind::check: return {WC_BUTTONW, BS_CHECKBOX | WS_TABSTOP};
     case ControlKind::radio: return {WC_BUTTONW, BS_RADIOBUTTON};
     case ControlKind::choice: return {WC_COMBOBOXW, kChoiceStyle | WS_TABSTOP};
@@ -64,41 +70,54 @@ HWND create_control(HWND parent, std::size_t row) {
                          GetModuleHandleW(nullptr), nullptr);
 }
 
-// "&" would otherwise mark a shortcut letter.
-std::wstring literal(std::wstring_view caption) {
-  std::wstring result;
-  for (const wchar_t unit : caption)
-    result.append(unit == L'&' ? 2 : 1, unit);
-  return result;
-}
-
-bool is_push(ControlKind kind) {
-  return kind == ControlKind::button || kind == ControlKind::check || kind == ControlKind::radio;
-}
-
 bool has_caption(ControlKind kind) {
-  return kind == ControlKind::label || kind == ControlKind::title || kind == ControlKind::counter ||
-         is_push(kind);
+  return is_static_text(kind) || is_push(kind);
 }
 
-void prepare_control(HWND handle, ControlKind kind) {
-  if (kind == ControlKind::packet_edit) {
-    SendMessageW(handle, EM_LIMITTEXT, kMaxPacketCharacters, 0);
-    make_field(handle);
+ButtonLook button_look(const ControlRow& row) {
+  switch (row.kind) {
+    case ControlKind::check: return ButtonLook::check;
+    case ControlKind::radio: return ButtonLook::radio;
+    case ControlKind::badge: return ButtonLook::badge;
+    case ControlKind::menu_button:
+    case ControlKind::bar_button: return ButtonLook::flat;
+    default: break;
   }
-  if (kind == ControlKind::name_edit) {
-    SendMessageW(handle, EM_LIMITTEXT, kMaxNameCharacters, 0);
-    make_field(handle);
+  switch (row.id) {
+    case ControlId::connect: return ButtonLook::primary;
+    case ControlId::record: return ButtonLook::record;
+    case ControlId::follow: return ButtonLook::follow;
+    default: return ButtonLook::push;
   }
-  if (kind == ControlKind::number_edit) {
-    SendMessageW(handle, EM_LIMITTEXT, kMaxNumberCharacters, 0);
-    make_field(handle);
+}
+
+// Characters that a field takes.
+std::size_t longest_text(ControlKind kind) {
+  switch (kind) {
+    case ControlKind::packet_edit: return kMaxPacketCharacters;
+    case ControlKind::name_edit: return kMaxNameCharacters;
+    default: return kMaxNumberCharacters;
   }
-  if (kind == ControlKind::receive_view) make_receive_field(handle);
-  if (kind == ControlKind::choice) {
-    SendMessageW(handle, CB_SETMINVISIBLE, kVisibleEntries, 0);
-    make_choice(handle);
+}
+
+void prepare_control(HWND handle, const ControlRow& row, const Look& look) {
+  const ThemeColor ground = ground_of(row);
+  if (is_push(row.kind)) return make_button(handle, button_look(row), look, ground);
+  switch (row.kind) {
+    case ControlKind::packet_edit:
+    case ControlKind::name_edit:
+    case ControlKind::number_edit:
+      SendMessageW(handle, EM_LIMITTEXT, longest_text(row.kind), 0);
+      return make_field(handle, look, ground, field_surface_of(row));
+    case ControlKind::receive_view: return make_receive_field(handle, look);
+    case ControlKind::choice:
+      SendMessageW(handle, CB_SETMINVISIBLE, kVisibleEntries, 0);
+      return make_choice(handle, look, ground);
+    default: break;
   }
+  make_static_text(
+      handle,
+      {{&look, ground, false}, text_color_of(row, StatusTone::plain), row.kind == ControlKind::status});
 }
 
 }  // namespace
@@ -109,6 +128,13 @@ std::optional<ControlId> control_of(int native_id) {
   return static_cast<ControlId>(row);
 }
 
+std::wstring literal_caption(std::wstring_view caption) {
+  std::wstring result;
+  for (const wchar_t unit : caption)
+    result.append(unit == L'&' ? 2 : 1, unit);
+  return result;
+}
+
 std::wstring window_text(HWND window) {
   std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
   const int copied = GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
@@ -116,11 +142,11 @@ std::wstring window_text(HWND window) {
   return text;
 }
 
-void NativeControls::create(HWND parent) {
+void NativeControls::create(HWND parent, const Look& look) {
   for (std::size_t row = 0; row < kControlCount; ++row) {
     handles_[row] = create_control(parent, row);
     if (handles_[row] == nullptr) throw std::runtime_error("Could not create a Windows control.");
-    prepare_control(handles_[row], kControls[row].kind);
+    prepare_control(handles_[row], kControls[row], look);
   }
 }
 
@@ -133,21 +159,18 @@ void NativeControls::set_fonts(const Fonts& fonts) {
 
 void NativeControls::set_caption(ControlId id, std::wstring_view caption) {
   const ControlKind kind = control(id).kind;
-  if (kind == ControlKind::name_edit)
-    SendMessageW((*this)[id], EM_SETCUEBANNER, TRUE, reinterpret_cast<LPARAM>(std::wstring{caption}.c_str()));
-  if (!has_caption(kind)) return;
-  texts_[index_of(id)] = caption;
-  SetWindowTextW((*this)[id], (is_push(kind) ? literal(caption) : std::wstring{caption}).c_str());
+  std::wstring& shown = texts_[index_of(id)];
+  if (shown == caption || (!has_caption(kind) && kind != ControlKind::name_edit)) return;
+  shown = caption;
+  const HWND target = (*this)[id];
+  if (kind == ControlKind::name_edit) return set_field_hint(target, caption);
+  SetWindowTextW(target, (is_push(kind) ? literal_caption(caption) : shown).c_str());
 }
 
 void NativeControls::set_choices(ControlId id, std::span<const std::wstring> entries,
                                  std::optional<std::size_t> selected, std::wstring_view placeholder) {
   texts_[index_of(id)] = placeholder;
-  if ((*this)[id] != nullptr) set_choice_entries((*this)[id], entries, selected);
-}
-
-void NativeControls::draw_choice_item(const DRAWITEMSTRUCT& item, ControlId id) const {
-  draw_choice(item, texts_[index_of(id)]);
+  if ((*this)[id] != nullptr) set_choice_entries((*this)[id], entries, selected, placeholder);
 }
 
 void NativeControls::place(const Placement& placement) {

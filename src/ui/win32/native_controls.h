@@ -11,6 +11,7 @@
 #include "ui/controls.h"
 #include "ui/layout.h"
 #include "ui/win32/fonts.h"
+#include "ui/win32/look.h"
 
 namespace hvt {
 
@@ -23,6 +24,8 @@ constexpr int native_id(ControlId id) {
 std::optional<ControlId> control_of(int native_id);
 
 std::wstring window_text(HWND window);
+// A caption of a button in which "&" marks no shortcut letter.
+std::wstring literal_caption(std::wstring_view caption);
 
 // The native control of every row of kControls, created as hidden or shown children in table order, which is
 // the tab order.
@@ -32,16 +35,16 @@ std::wstring window_text(HWND window);
 // Owns      nothing: the parent window destroys its children. forget() makes every later use harmless.
 class NativeControls {
  public:
-  void create(HWND parent);
+  // `look` outlives the controls.
+  void create(HWND parent, const Look& look);
   void forget() { handles_ = {}; }
 
   HWND operator[](ControlId id) const { return handles_[index_of(id)]; }
   void set_fonts(const Fonts& fonts);
-  // Of a control that has one; every character is shown as it is.
+  // Of a control that has one; every character is shown as it is. Only another text is written.
   void set_caption(ControlId id, std::wstring_view caption);
   void set_choices(ControlId id, std::span<const std::wstring> entries, std::optional<std::size_t> selected,
                    std::wstring_view placeholder);
-  void draw_choice_item(const DRAWITEMSTRUCT& item, ControlId id) const;
   // Moves every control that has a rectangle in one step.
   void place(const Placement& placement);
   // Widths of the texts as shown now; fields, the receive view and the status line need none.

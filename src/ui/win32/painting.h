@@ -2,69 +2,40 @@
 
 #include <windows.h>
 
-#include <array>
+#include <vector>
 
-#include "display/palette.h"
 #include "ui/controls.h"
+#include "ui/layout.h"
 #include "ui/main_window.h"
-#include "ui/win32/fonts.h"
+#include "ui/win32/look.h"
 
 namespace hvt {
 
-constexpr COLORREF color_ref(Rgb color) {
-  return RGB(color.red, color.green, color.blue);
-}
-constexpr Rgb rgb(COLORREF color) {
-  return {GetRValue(color), GetGValue(color), GetBValue(color)};
-}
+// The surface that a control stands on, and the one inside a field.
+ThemeColor ground_of(const ControlRow& row);
+ThemeColor field_surface_of(const ControlRow& row);
+// Of a static text.
+ThemeColor text_color_of(const ControlRow& row, StatusTone tone);
 
-// What a control stands on and writes with.
+// What a native control that the system paints stands on and writes with.
 struct ControlColors {
   COLORREF text = 0;
   COLORREF background = 0;
   HBRUSH brush = nullptr;
 };
+ControlColors control_colors(const Look& look, const ControlRow& row, bool enabled);
 
-// Colours and brushes of the window's surfaces. System colours are read when the object is made.
-//
-// Threads   the interface thread.
-// Owns      its brushes; controls that were handed one must be repainted before the object goes.
-class Surfaces {
- public:
-  Surfaces();
-
-  HBRUSH window() const { return brush(Surface::window); }
-  HBRUSH header() const { return brush(Surface::header); }
-  ControlColors colors(ControlId id, bool enabled, StatusTone tone) const;
-
- private:
-  enum class Surface : unsigned { window, header, field, alternate_field, count };
-  struct Paint {
-    COLORREF color = 0;
-    UniqueGdiObject brush;
-  };
-
-  Surface surface_of(ControlId id) const;
-  HBRUSH brush(Surface surface) const;
-
-  std::array<Paint, static_cast<unsigned>(Surface::count)> paints_;
-};
-
-// The one-pixel frame of a field, in its resting and its focused look.
-COLORREF field_frame_color(bool focused);
-
-// Where the window's background changes: y coordinates of the client area.
+// Where the window's background changes, in pixels of the client area.
 struct Sections {
-  int header_end = 0;    // the connection controls stand above, on a band of their own
-  int footer_begin = 0;  // the status line stands below
+  int bar_end = 0;         // the menus stand above
+  int header_end = 0;      // the connection controls stand above, on a band of their own
+  int footer_begin = 0;    // the status line stands below
+  std::vector<Rect> rows;  // every second packet row
   friend bool operator==(const Sections&, const Sections&) = default;
 };
 Sections sections_of(const Placement& placement);
 
 // What is visible between the controls.
-void paint_background(HDC dc, const Surfaces& surfaces, const RECT& client, const Sections& sections);
-
-// Fills a rectangle's one-pixel edge.
-void draw_frame(HDC dc, const RECT& rect, COLORREF color);
+void paint_background(HDC dc, const Look& look, const RECT& client, const Sections& sections);
 
 }  // namespace hvt

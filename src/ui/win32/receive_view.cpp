@@ -13,8 +13,7 @@
 #include "display/palette.h"
 #include "ui/win32/automatic_scrolling.h"
 #include "ui/win32/colored_text.h"
-#include "ui/win32/painting.h"
-#include "ui/win32/receive_menu.h"
+#include "ui/win32/look.h"
 #include "ui/win32/text_object_model.h"
 #include "ui/win32/view_navigation.h"
 
@@ -53,19 +52,34 @@ void RichEditView::attach(HWND control) {
   suspend_undo(control);
   edit_.send(EM_EXLIMITTEXT, 0, std::numeric_limits<LONG>::max() - 1);
   edit_.send(EM_SETTYPOGRAPHYOPTIONS, 0, TO_ADVANCEDTYPOGRAPHY);
-  edit_.send(EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(background(appearance_)));
+  surface_ = background(appearance_);
+  edit_.send(EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(surface_));
 }
 
-void RichEditView::set_font(const wchar_t* face, int points, int dpi) {
+void RichEditView::set_dpi(int dpi) {
+  dpi_ = dpi;
+  apply_font();
+}
+
+void RichEditView::set_font_points(int points) {
+  const int usable = std::clamp(points, kMinFontPoints, kMaxFontPoints);
+  if (usable == points_) return;
+  points_ = usable;
+  apply_font();
+}
+
+void RichEditView::apply_font() {
+  if (edit_.window() == nullptr) return;
+  const InPlaceUpdate update{*this};
   CHARFORMAT2W format{};
   format.cbSize = sizeof format;
   format.dwMask = CFM_FACE | CFM_SIZE | CFM_CHARSET | CFM_BOLD | CFM_ITALIC;
-  format.yHeight = points * kTwipsPerPoint;
+  format.yHeight = points_ * kTwipsPerPoint;
   format.bCharSet = DEFAULT_CHARSET;
-  std::wcsncpy(format.szFaceName, face, LF_FACESIZE - 1);
+  std::wcsncpy(format.szFaceName, kFixedFace, LF_FACESIZE - 1);
   edit_.send(EM_SETCHARFORMAT, SCF_DEFAULT, reinterpret_cast<LPARAM>(&format));
   if (edit_.length() > 0) edit_.send(EM_SETCHARFORMAT, SCF_ALL, reinterpret_cast<LPARAM>(&format));
-  edit_.send(EM_SETMARGINS, EC_LEFTMARGIN, MulDiv(kLeftMargin, dpi, USER_DEFAULT_SCREEN_DPI));
+  edit_.send(EM_SETMARGINS, EC_LEFTMARGIN, MulDiv(kLeftMargin, dpi_, USER_DEFAULT_SCREEN_DPI));
 }
 
 // Changing text and selection scrolls, so the place is noted before the first change and restored once.
@@ -157,13 +171,15 @@ std::size_t RichEditView::line_count() const {
 
 // When the text cannot be recoloured, all stays in the appearance that it has.
 void RichEditView::set_appearance(Appearance appearance) {
-  if (appearance == appearance_) return;
   const RoleColors colors = system_role_colors(appearance);
+  const COLORREF surface = background(appearance);
+  if (appearance == appearance_ && colors == colors_ && surface == surface_) return;
   if (edit_.window() != nullptr) {
     const InPlaceUpdate update{*this};
     recolor(edit_, colors_, colors);
-    edit_.send(EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(background(appearance)));
+    edit_.send(EM_SETBKGNDCOLOR, 0, static_cast<LPARAM>(surface));
   }
+  surface_ = surface;
   appearance_ = appearance;
   colors_ = colors;
   if (edit_.window() != nullptr) InvalidateRect(edit_.window(), nullptr, TRUE);
@@ -202,14 +218,16 @@ bool RichEditView::show_menu(LPARAM where) {
     if (!PtInRect(&client, point)) return false;
   }
   const CHARRANGE chosen = edit_.selection();
-  const OfferedCommands offered{chosen.cpMin != chosen.cpMax, edit_.length() > 0};
-  const ReceiveCommand command = pick_receive_command(edit_.window(), point, language_, offered);
-  if (command == ReceiveCommand::copy) edit_.send(WM_COPY);
-  if (command == ReceiveCommand::select_all) {
-    edit_.select(0, -1);
-    tell_navigated();
-  }
+  const EditMenu menu{false, chosen.cpMin != chosen.cpMax, edit_.length() > 0};
+  if (open_menu_) open_menu_(point, menu, [this](EditCommand command) { perform(command); });
   return true;
+}
+
+void RichEditView::perform(EditCommand command) {
+  if (command == EditCommand::copy) edit_.send(WM_COPY);
+  if (command != EditCommand::select_all) return;
+  edit_.select(0, -1);
+  tell_navigated();
 }
 
 // The end of the selection on the screen, or the nearest place that is in view.

@@ -8,6 +8,7 @@
 #include "display/display_batch.h"
 #include "display/rtf.h"
 #include "ui/receive_view.h"
+#include "ui/win32/edit_menu.h"
 #include "ui/win32/rich_edit.h"
 #include "ui/win32/view_anchor.h"
 
@@ -26,8 +27,13 @@ class RichEditView final : public ReceiveView {
   void attach(HWND control);
   void release() { edit_ = RichEdit{}; }
 
-  // The interface's fixed-width face in points; what the view holds and its margin change with it.
-  void set_font(const wchar_t* face, int points, int dpi);
+  // What the view holds and its margin change with it.
+  void set_dpi(int dpi);
+  Language language() const { return language_; }
+
+  // Opens the view's menu and has what is chosen done.
+  using OpenMenu = std::function<void(POINT, const EditMenu&, std::function<void(EditCommand)>)>;
+  void on_menu(OpenMenu open) { open_menu_ = std::move(open); }
 
   void begin_update() override;
   void end_update(const ViewUpdate& update) override;
@@ -39,6 +45,7 @@ class RichEditView final : public ReceiveView {
   void on_navigated(std::function<void()> navigated) override { navigated_ = std::move(navigated); }
   std::size_t line_count() const override;
   void set_appearance(Appearance appearance) override;
+  void set_font_points(int points) override;
   void set_language(Language language) override { language_ = language; }
 
  private:
@@ -48,14 +55,20 @@ class RichEditView final : public ReceiveView {
   void follow_end(const ViewUpdate& update);
   void stay_in_place(const ViewUpdate& update);
   void tell_navigated() const;
+  void apply_font();
   bool show_menu(LPARAM where);
+  void perform(EditCommand command);
   POINT caret_point() const;
 
   RichEdit edit_;
+  int points_ = kFixedPoints;
+  int dpi_ = USER_DEFAULT_SCREEN_DPI;
   Language language_ = Language::english;
   Appearance appearance_ = Appearance::light;
   RoleColors colors_{};  // of the text held
+  COLORREF surface_ = 0;
   std::function<void()> navigated_;
+  OpenMenu open_menu_;
   int updates_ = 0;  // begin_update() calls that still wait for their end
   ViewAnchor before_;
 };

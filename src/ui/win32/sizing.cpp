@@ -3,6 +3,16 @@
 #include <algorithm>
 
 namespace hvt {
+namespace {
+
+RECT work_area(HWND window) {
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof monitor;
+  GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
+  return monitor.rcWork;
+}
+
+}  // namespace
 
 Size frame_size(HWND window) {
   RECT rect{};
@@ -16,6 +26,11 @@ Size client_size(HWND window) {
   RECT rect{};
   GetClientRect(window, &rect);
   return {rect.right, rect.bottom};
+}
+
+Size work_area_size(HWND window) {
+  const RECT work = work_area(window);
+  return {work.right - work.left, work.bottom - work.top};
 }
 
 void enlarge_dragged_rect(RECT& rect, WPARAM edge, Size minimum) {
@@ -36,10 +51,7 @@ void enlarge_dragged_rect(RECT& rect, WPARAM edge, Size minimum) {
 }
 
 void resize_client(HWND window, Size client) {
-  MONITORINFO monitor{};
-  monitor.cbSize = sizeof monitor;
-  GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
-  const RECT& work = monitor.rcWork;
+  const RECT work = work_area(window);
   const Size frame = frame_size(window);
   RECT current{};
   GetWindowRect(window, &current);

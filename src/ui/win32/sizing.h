@@ -9,6 +9,8 @@ namespace hvt {
 // Pixels that a window's frame adds around its client area.
 Size frame_size(HWND window);
 Size client_size(HWND window);
+// Of the window's monitor, without the task bar.
+Size work_area_size(HWND window);
 
 // Enlarges the outer rectangle that a person drags to `minimum`; the edge or corner named by `edge`
 // (WMSZ_...) moves, the opposite ones stay.

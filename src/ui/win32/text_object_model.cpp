@@ -5,19 +5,13 @@
 #include <richole.h>
 #include <tom.h>
 
-#include <memory>
+#include "ui/win32/com.h"
 
 namespace hvt {
 namespace {
 
 // IID_ITextDocument of the text object model; the import libraries do not carry it.
 constexpr GUID kTextDocumentId{0x8CC497C0, 0xA1DF, 0x11CE, {0x80, 0x98, 0x00, 0xAA, 0x00, 0x47, 0xBE, 0x5D}};
-
-struct Release {
-  void operator()(IUnknown* object) const { object->Release(); }
-};
-template <typename Interface>
-using ComPointer = std::unique_ptr<Interface, Release>;
 
 ComPointer<ITextDocument> document_of(HWND rich_edit) {
   IRichEditOle* raw_ole = nullptr;

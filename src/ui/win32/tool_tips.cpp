@@ -1,5 +1,6 @@
 #include "ui/win32/tool_tips.h"
 
+#include "ui/win32/desktop.h"
 #include "ui/win32/fonts.h"
 #include "ui/win32/native_controls.h"
 
@@ -38,12 +39,20 @@ TTTOOLINFOW ToolTips::tool_of(HWND control) const {
 }
 
 void ToolTips::set(HWND control, std::wstring_view text) {
-  if (text.empty() && !added_.contains(control)) return;
+  if (control == status_ || (text.empty() && !added_.contains(control))) return;
   std::wstring copy(text);
   TTTOOLINFOW tool = tool_of(control);
   tool.lpszText = copy.data();
   const bool is_new = added_.insert(control).second;
   SendMessageW(tip_, is_new ? TTM_ADDTOOLW : TTM_UPDATETIPTEXTW, 0, reinterpret_cast<LPARAM>(&tool));
+}
+
+// With visual styles the style decides, without them the colours do.
+void ToolTips::set_look(const Look& look) {
+  set_system_style(tip_, look.dark());
+  const COLORREF ground = look[ThemeColor::field];
+  SendMessageW(tip_, TTM_SETTIPBKCOLOR, ground, 0);
+  SendMessageW(tip_, TTM_SETTIPTEXTCOLOR, look.text_on(ground), 0);
 }
 
 void ToolTips::answer(NMTTDISPINFOW& question) {

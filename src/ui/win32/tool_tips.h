@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "ui/win32/look.h"
+
 namespace hvt {
 
 // The tool tips of a window: the whole text of the status line where the line cannot show it, and fixed texts
@@ -24,6 +26,7 @@ class ToolTips {
   void answer(NMTTDISPINFOW& question);
   // A control's tip; empty for none. Never the status line.
   void set(HWND control, std::wstring_view text);
+  void set_look(const Look& look);
 
  private:
   TTTOOLINFOW tool_of(HWND control) const;

@@ -6,29 +6,21 @@
 // HVT_RECORDING_DISTURBANCE_MS (a display that takes no more needs 3 MiB in one of them).
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <QAbstractButton>
 #include <QElapsedTimer>
-#include <QLabel>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTest>
-#include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <functional>
 #include <iostream>
 #include <string>
 #include <vector>
 
-#include "app/app.h"
-#include "base/text.h"
+#include "tests/e2e/qt/windowed_program.h"
 #include "tests/support/device_process.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/folder.h"
 #include "tools/recover/recovery.h"
 #include "tools/virtual_device/pattern.h"
-#include "ui/qt/main_window.h"
+#include "ui/qt/qt_text.h"
 #include "ui/texts.h"
 
 namespace hvt {
@@ -47,93 +39,69 @@ RecordingConfig small_parts() {
   return config;
 }
 
-// The program with its window, recording, connected to a device that floods.
-class Program {
- public:
-  Program(PatternKind kind, std::uint64_t bytes, bool hex, RecordingConfig config = small_parts())
-      : kind_(kind),
-        device_(flood(kind, bytes)),
-        port_(path_in(device_.line("ready"))),
-        app_(folder_.path(), {.port_source =
-                                  [this] {
-                                    return std::vector<PortDescription>{{port_, L""}};
-                                  },
-                              .recording = std::move(config)}),
-        window_(app_) {
-    app_.attach(window_);
-    click(ControlId::echo_sent);
-    if (hex) click(ControlId::receive_hex);
-    QTest::keyClicks(&find(ControlId::record_name), "flood");
-    click(ControlId::connect);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return caption(ControlId::connect) == "Connected"; }));
-    click(ControlId::record);
-    EXPECT_EQ(caption(ControlId::record), "Stop Recording") << status();
-    EXPECT_TRUE(device_.tell("flood " + setting("HVT_RECORDING_RATE", "10M")));
-  }
-  ~Program() {
-    app_.closing();
-    app_.detach();
-  }
+// A flood that begins when it is told to, and the folder of the program that records it.
+struct Flood {
+  Flood(PatternKind flood_kind, std::uint64_t bytes)
+      : kind(flood_kind), device(options(kind, bytes)), port(path_in(device.line("ready"))) {}
 
-  template <typename Widget = QWidget>
-  Widget& find(ControlId id) {
-    return *window_.findChild<Widget*>(QString::fromStdString(std::string(control(id).name)));
-  }
-  void click(ControlId id) {
-    QWidget& widget = find(id);
-    const bool has_indicator =
-        control(id).kind == ControlKind::check || control(id).kind == ControlKind::radio;
-    QTest::mouseClick(&widget, Qt::LeftButton, {},
-                      QPoint(has_indicator ? 8 : widget.width() / 2, widget.height() / 2));
-  }
-  QString caption(ControlId id) { return find<QPushButton>(id).text(); }
-  std::string status() { return find<QLabel>(ControlId::status).text().toStdString(); }
-  bool paused() { return find(ControlId::follow).isEnabled(); }
-  bool full() { return status() == utf16_to_utf8(text(TextId::display_full, Language::english)); }
-  // Gives a fast flood the time to fill the display.
-  void scroll_up() {
-    const auto up = [&] { return QTest::keyClick(&find(ControlId::receive_view), Qt::Key_PageUp), paused(); };
-    (void)QTest::qWaitFor(up, 1000);  // at once, unless there is too little text yet
-  }
-  QtMainWindow& window() { return window_; }
-  bool records() { return caption(ControlId::record) == "Stop Recording"; }
-
-  // Received bytes that the session has taken, as its metadata says while it grows.
-  std::uint64_t taken() const {
-    std::ifstream file(metadata(), std::ios::binary);
-    const std::string document{std::istreambuf_iterator<char>(file), {}};
-    return recover::parse_metadata(document).raw_rx_delivered_bytes;
-  }
-  bool stop() {
-    if (records()) click(ControlId::record);
-    return QTest::qWaitFor([&] { return !records(); }, 60'000);
-  }
-  // What the parts hold; the verifier says whether it is the flood from its beginning on.
-  recover::Recovery recover(device::PatternVerifier& verifier) const {
-    return recover::recover(metadata(), [&](auto bytes) { verifier.feed(bytes); });
-  }
-  PatternKind kind() const { return kind_; }
-
- private:
-  // At next to nothing until the program records.
-  static std::vector<std::string> flood(PatternKind kind, std::uint64_t bytes) {
-    std::vector<std::string> options{"--flood", "1", "--bytes", std::to_string(bytes)};
-    if (kind == PatternKind::kBinary) options.push_back("--binary");
-    return options;
+  static std::vector<std::string> options(PatternKind kind, std::uint64_t bytes) {
+    std::vector<std::string> all{"--flood", "1", "--bytes", std::to_string(bytes)};  // hardly anything yet
+    if (kind == PatternKind::kBinary) all.push_back("--binary");
+    return all;
   }
   static std::wstring path_in(const std::string& ready) {
     const std::string path = ready.substr(ready.rfind(' ') + 1);
     return {path.begin(), path.end()};
   }
-  std::filesystem::path metadata() const { return folder_.path() / "recording" / "flood.meta.json"; }
+  std::filesystem::path metadata() const { return folder.path() / "recording" / "flood.meta.json"; }
+  // What the parts hold; the verifier says whether it is the flood from its beginning on.
+  recover::Recovery recover(device::PatternVerifier& verifier) const {
+    return recover::recover(metadata(), [&](auto bytes) { verifier.feed(bytes); });
+  }
 
-  const PatternKind kind_;
-  const test::PrivateRuntimeFolder runtime_;
-  test::DeviceProcess device_;
-  const std::wstring port_;
-  test::Folder folder_;
-  App app_;
-  QtMainWindow window_;
+  const PatternKind kind;
+  const test::PrivateRuntimeFolder runtime;
+  test::DeviceProcess device;
+  const std::wstring port;
+  const test::Folder folder;
+};
+
+// The program, recording the flood.
+struct Program : Flood, test::WindowedProgram {
+  Program(PatternKind kind_, std::uint64_t bytes, bool hex)
+      : Flood(kind_, bytes),
+        WindowedProgram(
+            folder.path(),
+            [name = port] {
+              return std::vector<PortDescription>{{name, L""}};
+            },
+            small_parts()) {
+    click(ControlId::echo_sent);
+    if (hex) click(ControlId::receive_hex);
+    type(ControlId::record_name, "flood");
+    click(ControlId::connect);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return caption(ControlId::connect) == "Connected"; }));
+    click(ControlId::record);
+    EXPECT_TRUE(records()) << status().toStdString();
+    EXPECT_TRUE(device.tell("flood " + setting("HVT_RECORDING_RATE", "10M")));
+  }
+
+  bool paused() { return find(ControlId::follow).isEnabled(); }
+  bool full() { return status() == to_qstring(text(TextId::display_full, Language::english)); }
+  // Gives a fast flood the time to fill the display.
+  void scroll_up() {
+    const auto up = [&] { return QTest::keyClick(&find(ControlId::receive_view), Qt::Key_PageUp), paused(); };
+    (void)QTest::qWaitFor(up, 1000);  // at once, unless there is too little text yet
+  }
+  bool records() { return caption(ControlId::record) == "Stop Recording"; }
+  bool stop() {
+    if (records()) click(ControlId::record);
+    return QTest::qWaitFor([&] { return !records(); }, 60'000);
+  }
+  // Received bytes that the session has taken, as its metadata says while it grows.
+  std::uint64_t taken() const {
+    return recover::parse_metadata(test::read_file(metadata())).raw_rx_delivered_bytes;
+  }
 };
 
 // What keeps the interface busy or the display from taking text, each for a while.
@@ -147,15 +115,15 @@ const Disturbance kDisturbances[] = {
     {"scrolled up", [](Program& p) { p.scroll_up(); }, [](Program& p) { p.click(ControlId::clear); }},
     {"panel unfolded", [](Program& p) { p.click(ControlId::transmit); },
      [](Program& p) { p.click(ControlId::transmit); }},
-    {"message box", [](Program& p) { p.window().show_notice(L"Notice", L"Open for a while."); },
-     [](Program& p) { p.window().findChild<QMessageBox*>()->close(); }},
+    {"message box", [](Program& p) { p.window.show_notice(L"Notice", L"Open for a while."); },
+     [](Program& p) { p.window.findChild<QMessageBox*>()->close(); }},
     {"display off while recording", [](Program& p) { p.click(ControlId::display_while_recording); },
      [](Program& p) { p.click(ControlId::display_while_recording); }},
     {"cleared", [](Program& p) { p.click(ControlId::clear); }, nothing},
     {"line breaks shown", [](Program& p) { p.click(ControlId::line_break); },
      [](Program& p) { p.click(ControlId::line_break); }},
-    {"moved and resized", [](Program& p) { p.window().move(50, 40), p.window().resize(900, 700); },
-     [](Program& p) { p.window().move(10, 10), p.window().resize(700, 800); }},
+    {"moved and resized", [](Program& p) { p.window.move(50, 40), p.window.resize(900, 700); },
+     [](Program& p) { p.window.move(10, 10), p.window.resize(700, 800); }},
 };
 
 // A view that a person holds takes text until it is full. Whether that comes before the flood has ended
@@ -227,45 +195,25 @@ INSTANTIATE_TEST_SUITE_P(Formats, Recording,
                                          Format{"AsciiTokens", PatternKind::kBinary, false}),
                          [](const auto& test) { return test.param.name; });
 
-struct Failure {
-  const char* name;
-  std::uint64_t queue_bytes;
-  std::uint64_t file_bytes;  // more than this the system does not write
-  std::string reason;
-  std::string status;
-};
-
 // What cannot be recorded is told, and what is recorded is right as far as it goes.
 TEST(FailedRecording, SaysThatItIsIncompleteAndWhy) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit before{};
-  ::getrlimit(RLIMIT_FSIZE, &before);
-  const Failure failures[] = {
-      {"disk", 8u << 20, 500'000, "writer_failure",
-       "Recording incomplete: Cannot write recording file (errno 27)."},
-      {"queue", 1000, before.rlim_cur, "queue_overflow",
-       "Recording incomplete: Recording buffer full. Recording stopped."},
-  };
-  for (const Failure& failure : failures) {
-    SCOPED_TRACE(failure.name);
-    RecordingConfig config = small_parts();
-    config.queue_capacity_bytes = failure.queue_bytes;
-    Program program(PatternKind::kText, 1'000'000, false, config);  // less than the display can hold
-    const rlimit limit{failure.file_bytes, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    const bool ended = QTest::qWaitFor([&] { return !program.records(); }, 60'000);
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    ASSERT_TRUE(ended);
-    EXPECT_TRUE(program.status().starts_with(failure.status)) << program.status();
-    EXPECT_EQ(program.caption(ControlId::connect), "Connected");
-    device::PatternVerifier verifier(program.kind(), device::PatternVerifier::Start::kAtRecordZero);
-    const recover::Recovery found = program.recover(verifier);
-    EXPECT_FALSE(verifier.fault()) << device::describe(*verifier.fault());
-    EXPECT_EQ(found.metadata.integrity, "incomplete");
-    EXPECT_EQ(found.metadata.stop_reason, failure.reason);
-    EXPECT_TRUE(found.metadata.finalized);
-    EXPECT_EQ(found.metadata.log_written_bytes, found.text_bytes);
+  Program program(PatternKind::kText, 1'000'000, false);  // less than the display can hold
+  bool ended = false;
+  {
+    const test::FileSizeLimit full_disk(500'000);
+    ended = QTest::qWaitFor([&] { return !program.records(); }, 60'000);
   }
+  ASSERT_TRUE(ended);
+  EXPECT_TRUE(program.status().startsWith("Recording incomplete: Cannot write recording file (errno 27)."))
+      << program.status().toStdString();
+  EXPECT_EQ(program.caption(ControlId::connect), "Connected");
+  device::PatternVerifier verifier(program.kind, device::PatternVerifier::Start::kAtRecordZero);
+  const recover::Recovery found = program.recover(verifier);
+  EXPECT_FALSE(verifier.fault()) << device::describe(*verifier.fault());
+  EXPECT_EQ(found.metadata.integrity, "incomplete");
+  EXPECT_EQ(found.metadata.stop_reason, "writer_failure");
+  EXPECT_TRUE(found.metadata.finalized);
+  EXPECT_EQ(found.metadata.log_written_bytes, found.text_bytes);
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
 // Risk: the parts work and the whole does not. The real window, clicked and typed into, on a real serial
 // line: a pseudo-terminal whose far end the test is.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -12,58 +9,42 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QRegularExpression>
-#include <QTest>
 #include <QTimer>
 #include <filesystem>
-#include <latch>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "app/app.h"
+#include "tests/e2e/qt/windowed_program.h"
 #include "tests/support/folder.h"
 #include "tests/support/pty.h"
-#include "ui/qt/main_window.h"
-#include "ui/qt/qt_text.h"
 
 namespace hvt {
 namespace {
 
-class Window : public testing::Test {
- protected:
-  explicit Window(TransportFactory factory = {})
-      : app_(folder_.path(), {.factory = std::move(factory),
-                              .port_source =
-                                  [this] {
-                                    return std::vector<PortDescription>{{device_->port(), L""}};
-                                  }}),
-        window_(app_) {
-    app_.attach(window_);
+// A serial line whose far end the test is, and the folder of the programs at its near end.
+struct Line {
+  std::vector<PortDescription> ports() const { return {{device->port(), L""}}; }
+  void device_sends(const std::string& text) {
+    ASSERT_EQ(device->send(std::vector<std::uint8_t>(text.begin(), text.end())), text.size());
   }
-  ~Window() override {
-    app_.closing();
-    app_.detach();
+  std::string device_receives(std::size_t count) {
+    const auto bytes = device->receive(count);
+    return {bytes.begin(), bytes.end()};
   }
 
-  template <typename Widget = QWidget>
-  Widget& find(ControlId id) {
-    return *window_.findChild<Widget*>(QString::fromStdString(std::string(control(id).name)));
-  }
-  // A click where a person would click: on the indicator of a check box, in the middle of a button.
-  void click(ControlId id) {
-    QWidget& widget = find(id);
-    const bool has_indicator =
-        control(id).kind == ControlKind::check || control(id).kind == ControlKind::radio;
-    const QPoint at(has_indicator ? 8 : widget.width() / 2, widget.height() / 2);
-    QTest::mouseClick(&widget, Qt::LeftButton, {}, at);
-  }
-  QString status() { return find<QLabel>(ControlId::status).text(); }
-  QString caption() { return find<QPushButton>(ControlId::connect).text(); }
+  std::unique_ptr<test::Pty> device = std::make_unique<test::Pty>();
+  const test::Folder folder;
+};
+
+struct Window : testing::Test, Line, test::WindowedProgram {
+  Window() : WindowedProgram(folder.path(), [this] { return ports(); }) {}
+
+  using WindowedProgram::caption;
+  QString caption() { return caption(ControlId::connect); }
   // All of the receive view, as a person would get it: select all, copy.
   QString received() {
     QTest::keyClick(&find(ControlId::receive_view), Qt::Key_A, Qt::ControlModifier);
@@ -88,20 +69,13 @@ class Window : public testing::Test {
   }
   void open_transmit(const QString& packet) {
     click(ControlId::transmit);
-    QTest::keyClicks(&find(packet_field(0)), packet);
+    type(packet_field(0), packet);
   }
-  void device_sends(const std::string& text) {
-    ASSERT_EQ(device_->send(std::vector<std::uint8_t>(text.begin(), text.end())), text.size());
+  void replace(ControlId id, const QString& text) {
+    find<QLineEdit>(id).setFocus();
+    find<QLineEdit>(id).selectAll();
+    type(id, text);
   }
-  std::string device_receives(std::size_t count) {
-    const auto bytes = device_->receive(count);
-    return {bytes.begin(), bytes.end()};
-  }
-
-  std::unique_ptr<test::Pty> device_ = std::make_unique<test::Pty>();
-  test::Folder folder_;
-  App app_;
-  QtMainWindow window_;
 };
 
 TEST_F(Window, SendsAndReceives) {
@@ -117,7 +91,7 @@ TEST_F(Window, SendsAndReceives) {
   click(ControlId::clear);
   click(ControlId::receive_hex);
   click(ControlId::send_hex);
-  QTest::keyClicks(&find(packet_field(1)), "00ff");
+  type(packet_field(1), "00ff");
   EXPECT_EQ(find<QLineEdit>(packet_field(1)).text(), "00 FF");
   click(send_button(1));
   EXPECT_EQ(device_receives(4), std::string("\x00\xFF\r\n", 4));
@@ -129,20 +103,14 @@ TEST_F(Window, SendsAndReceives) {
 }
 
 TEST_F(Window, RepeatsAndTellsWhatBecameOfEachPacket) {
-  const auto type = [&](ControlId id, const QString& text) {
-    auto& field = find<QLineEdit>(id);
-    field.setFocus();
-    field.selectAll();
-    QTest::keyClicks(&field, text);
-  };
   open_transmit("PING");
-  type(ControlId::repeat_count, "2");
-  type(ControlId::interval, "0");
-  type(ControlId::rx_timeout, "300");
+  replace(ControlId::repeat_count, "2");
+  replace(ControlId::interval, "0");
+  replace(ControlId::rx_timeout, "300");
   connect();
   click(ControlId::repeat);
   EXPECT_EQ(device_receives(4), "PING");
-  EXPECT_EQ(find<QPushButton>(ControlId::repeat).text(), "Stop");
+  EXPECT_EQ(caption(ControlId::repeat), "Stop");
   EXPECT_FALSE(find(packet_field(0)).isEnabled());
   device_sends("PONG");
   EXPECT_EQ(device_receives(4), "PING");
@@ -151,8 +119,25 @@ TEST_F(Window, RepeatsAndTellsWhatBecameOfEachPacket) {
   EXPECT_TRUE(shows(first + second));
   device_sends("PONG");
   EXPECT_TRUE(shows(first + second + " [LATE]\n[RX] PONG"));
-  EXPECT_EQ(find<QPushButton>(ControlId::repeat).text(), "Repeat Send");
+  EXPECT_EQ(caption(ControlId::repeat), "Repeat Send");
   EXPECT_TRUE(find(packet_field(0)).isEnabled());
+}
+
+// A line for each control: what a person sees of it.
+std::vector<QString> seen(const QtMainWindow& window) {
+  std::vector<QString> lines;
+  for (const ControlRow& row : kControls) {
+    const QString name = QString::fromStdString(std::string(row.name));
+    const QWidget& widget = *window.findChild<QWidget*>(name);
+    QString line =
+        name + (widget.isVisibleTo(&window) ? " shown" : " hidden") + (widget.isEnabled() ? " " : " off ");
+    if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
+      line += button->isChecked() ? "x" : "-";
+    if (const auto* choice = qobject_cast<const QComboBox*>(&widget)) line += choice->currentText();
+    if (const auto* field = qobject_cast<const QLineEdit*>(&widget)) line += field->text();
+    lines.push_back(line);
+  }
+  return lines;
 }
 
 TEST_F(Window, IsAsItWasLeftTheNextTime) {
@@ -167,59 +152,32 @@ TEST_F(Window, IsAsItWasLeftTheNextTime) {
       choice.setFocus();
       QTest::keyClick(&choice, choice.currentIndex() == 0 ? Qt::Key_End : Qt::Key_Home);
     } else if (row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit) {
-      QTest::keyClicks(&find(row.id), "42");
+      type(row.id, "42");
     }
   }
-  window_.move(30, 10);
-  window_.resize(720, 770);
-  const auto seen = [](QtMainWindow& window) {
-    std::vector<QString> lines;
-    for (const ControlRow& row : kControls) {
-      const QString name = QString::fromStdString(std::string(row.name));
-      const QWidget& widget = *window.findChild<QWidget*>(name);
-      QString line =
-          name + (widget.isVisibleTo(&window) ? " shown" : " hidden") + (widget.isEnabled() ? " " : " off ");
-      if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
-        line += button->isChecked() ? "x" : "-";
-      if (const auto* choice = qobject_cast<const QComboBox*>(&widget)) line += choice->currentText();
-      if (const auto* field = qobject_cast<const QLineEdit*>(&widget)) line += field->text();
-      lines.push_back(line);
-    }
-    return lines;
-  };
-  const auto left = seen(window_);
-  const QRect place = window_.geometry();
-  window_.close();
+  window.move(30, 10);
+  window.resize(720, 770);
+  const auto left = seen(window);
+  const QRect place = window.geometry();
+  window.close();
 
-  App app(folder_.path(), {.port_source = [this] {
-            return std::vector<PortDescription>{{device_->port(), L""}};
-          }});
-  QtMainWindow again(app);
-  app.attach(again);
-  EXPECT_EQ(seen(again), left);
-  EXPECT_EQ(again.geometry(), place);
-  app.closing();
-  app.detach();
+  WindowedProgram again(folder.path(), [this] { return ports(); });
+  EXPECT_EQ(seen(again.window), left);
+  EXPECT_EQ(again.window.geometry(), place);
 }
 
 TEST_F(Window, ComesBackMaximizedWithTheSizeItHadBefore) {
-  window_.move(30, 10);
-  window_.resize(720, 770);
-  const QRect place = window_.geometry();
-  window_.showMaximized();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return window_.geometry() != place; }));
-  window_.close();
+  window.move(30, 10);
+  window.resize(720, 770);
+  const QRect place = window.geometry();
+  window.showMaximized();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return window.geometry() != place; }));
+  window.close();
 
-  App app(folder_.path(), {.port_source = [this] {
-            return std::vector<PortDescription>{{device_->port(), L""}};
-          }});
-  QtMainWindow again(app);
-  app.attach(again);
-  EXPECT_TRUE(again.isMaximized());
-  again.showNormal();
-  EXPECT_EQ(again.geometry(), place);
-  app.closing();
-  app.detach();
+  WindowedProgram again(folder.path(), [this] { return ports(); });
+  EXPECT_TRUE(again.window.isMaximized());
+  again.window.showNormal();
+  EXPECT_EQ(again.window.geometry(), place);
 }
 
 TEST_F(Window, SavesAndLoadsPacketsThroughTheDialog) {
@@ -249,9 +207,9 @@ TEST_F(Window, SavesAndLoadsPacketsThroughTheDialog) {
   const QString types = "|send data|Serial send preset (*.json) (*.json)|All files (*.*) (*)|";
   EXPECT_EQ(answer(ControlId::save_packets, "mine"),
             "Save send data file" + types + "serial-send-presets-01.json");
-  const auto presets = folder_.path() / "send data";
+  const auto presets = folder.path() / "send data";
   std::filesystem::rename(presets / "mine.json", presets / "no full stop");
-  QTest::keyClicks(&find(packet_field(0)), " no more");
+  type(packet_field(0), " no more");
   EXPECT_EQ(answer(ControlId::load_packets, "no full stop"), "Load send data file" + types);
   EXPECT_EQ(find<QLineEdit>(packet_field(0)).text(), "saved");
 }
@@ -260,14 +218,14 @@ TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {
   connect();
   device_sends("before");
   EXPECT_TRUE(shows("before"));
-  device_->unplug();
+  device->unplug();
   EXPECT_TRUE(status_becomes("The serial device was removed."));
   EXPECT_EQ(caption(), "Connect");
-  device_ = std::make_unique<test::Pty>();
+  device = std::make_unique<test::Pty>();
   click(ControlId::refresh);
   // The port may have another name now; the old one is still listed, because it was in use.
   auto& ports = find<QComboBox>(ControlId::port);
-  const int row = ports.findText(QString::fromStdString(device_->path()));
+  const int row = ports.findText(QString::fromStdString(device->path()));
   ports.setFocus();
   QTest::keyClick(&ports, Qt::Key_Home);
   for (int i = 0; i < row; ++i)
@@ -281,18 +239,9 @@ TEST_F(Window, SurvivesAnUnplugAndConnectsAgain) {
   EXPECT_TRUE(shows("before and after"));
 }
 
-TEST_F(Window, ToldThatThePortIsBusyItConnectsWhenItIsFree) {
-  const int other = ::open(device_->path().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-  ASSERT_EQ(::flock(other, LOCK_EX | LOCK_NB), 0);
-  click(ControlId::connect);
-  EXPECT_TRUE(status_becomes(QString::fromStdString(device_->path()) + " is in use by another program."));
-  ::close(other);
-  connect();
-}
-
 TEST_F(Window, StaysUsableWhileADeviceTakesNothing) {
   open_transmit("<0xFF>");
-  QTest::keyClicks(&find(packet_field(0)), QString("x").repeated(1400));
+  type(packet_field(0), QString("x").repeated(1400));
   connect();
   // The device never reads: the line fills up, then a write ends after its half second.
   const auto full = [&] {
@@ -308,34 +257,6 @@ TEST_F(Window, StaysUsableWhileADeviceTakesNothing) {
   click(ControlId::connect);  // in the middle of a blocked write
   EXPECT_EQ(caption(), "Connect");
   EXPECT_EQ(status(), "Disconnected");
-}
-
-// The driver takes as long as the test wants.
-class SlowWindow : public Window {
- protected:
-  SlowWindow()
-      : Window([this](const SerialSettings&, std::wstring&) -> std::shared_ptr<SerialTransport> {
-          let_go_.wait();
-          return nullptr;
-        }) {}
-  std::latch let_go_{1};
-};
-
-TEST_F(SlowWindow, GivesUpOnASlowOpenAndStaysUsable) {
-  find<QComboBox>(ControlId::timeout).setFocus();
-  QTest::keyClick(&find(ControlId::timeout), Qt::Key_Home);  // 1 second, real time
-  click(ControlId::connect);
-  EXPECT_EQ(caption(), QString::fromUtf8("Connecting…"));
-  click(ControlId::line_break);  // the window answers meanwhile
-  EXPECT_TRUE(status_becomes("Serial connection exceeded 1 sec."));
-  click(ControlId::connect);
-  EXPECT_TRUE(status().startsWith("The previous connection attempt is still being cleaned up."));
-  let_go_.count_down();
-  EXPECT_TRUE(QTest::qWaitFor([&] {  // the open worker is on its way out
-    if (status() == "Could not open serial port.") return true;
-    if (caption() == "Connect") click(ControlId::connect);
-    return false;
-  }));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <array>
 #include <map>
 #include <string>
 
@@ -43,6 +44,15 @@ struct Session {
     SendMessageW(window.handle(), WM_COMMAND, MAKEWPARAM(native_id(id), CBN_SELCHANGE),
                  reinterpret_cast<LPARAM>(native(id)));
   }
+  void move(int left, int top, int width, int height) {
+    SetWindowPos(window.handle(), nullptr, left, top, width, height, SWP_NOZORDER);
+  }
+  // Left, top, right and bottom on the screen.
+  std::array<LONG, 4> place() const {
+    RECT rectangle{};
+    GetWindowRect(window.handle(), &rectangle);
+    return {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
+  }
   // What a person sees of a control.
   std::wstring seen(const ControlRow& row) const {
     const HWND control = native(row.id);
@@ -66,7 +76,7 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
   const test::Folder folder;
   std::map<ControlId, std::wstring> first;
   std::map<ControlId, std::wstring> left;
-  RECT place{};
+  std::array<LONG, 4> place{};
   {
     Session session(folder);
     for (const ControlRow& row : kControls)
@@ -81,8 +91,8 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
       if (row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit)
         session.type(row.id, L"7" + std::to_wstring(index_of(row.id)));
     }
-    SetWindowPos(session.window.handle(), nullptr, 30, 20, 820, 760, SWP_NOZORDER);
-    GetWindowRect(session.window.handle(), &place);
+    session.move(30, 20, 820, 760);
+    place = session.place();
     for (const ControlRow& row : kControls)
       left[row.id] = session.seen(row);
   }
@@ -93,28 +103,22 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
                                  row.kind == ControlKind::packet_edit || row.kind == ControlKind::check;
     EXPECT_TRUE(!holds_something || left[row.id] != first[row.id]) << row.name << " was not changed at all";
   }
-  RECT restored{};
-  GetWindowRect(again.window.handle(), &restored);
-  EXPECT_TRUE(EqualRect(&restored, &place))
-      << restored.left << " " << restored.top << " " << restored.right << " " << restored.bottom;
+  EXPECT_EQ(again.place(), place);
 }
 
 TEST(Win32Settings, AMaximizedWindowComesBackMaximizedWithTheSizeItHadBefore) {
   const test::Folder folder;
-  RECT place{};
+  std::array<LONG, 4> place{};
   {
     Session session(folder);
-    SetWindowPos(session.window.handle(), nullptr, 30, 20, 790, 730, SWP_NOZORDER);
-    GetWindowRect(session.window.handle(), &place);
+    session.move(30, 20, 790, 730);
+    place = session.place();
     ShowWindow(session.window.handle(), SW_MAXIMIZE);
   }
   Session again(folder);
   EXPECT_TRUE(IsZoomed(again.window.handle()));
   ShowWindow(again.window.handle(), SW_RESTORE);
-  RECT restored{};
-  GetWindowRect(again.window.handle(), &restored);
-  EXPECT_TRUE(EqualRect(&restored, &place))
-      << restored.left << " " << restored.top << " " << restored.right << " " << restored.bottom;
+  EXPECT_EQ(again.place(), place);
 }
 
 TEST(Win32Settings, ASavedWindowThatIsTooLowForItsControlsIsMadeHighEnough) {

@@ -8,10 +8,8 @@
 
 #include "base/win32/unique_handle.h"
 #include "recording/metadata_file.h"
-#include "recording/recording_writer.h"
+#include "tests/recording/on_disk.h"
 #include "tests/support/error_of.h"
-#include "tests/support/folder.h"
-#include "tests/support/time_limit.h"
 
 namespace hvt {
 namespace {
@@ -68,13 +66,10 @@ TEST(RecordingFiles, AReaderHoldsTheMetadataForAWhileOrTooLong) {
 }
 
 TEST(RecordingFiles, AReaderOfTheMetadataDoesNotEndTheRecording) {
-  const test::Folder folder;
-  RecordingConfig config;
-  config.directory = folder.path();
-  config.filename = L"run";
-  config.flush_interval_ms = 1;
-  RecordingWriter writer(config);
-  UniqueHandle reader = open_for_reading(folder.path() / "run.meta.json");
+  test::OnDisk disk;
+  disk.config.flush_interval_ms = 1;
+  RecordingWriter writer(disk.config);
+  UniqueHandle reader = open_for_reading(disk.path("run.meta.json"));
   ASSERT_TRUE(reader);
   {
     const test::TimeLimit limit("a metadata failure");
@@ -84,12 +79,8 @@ TEST(RecordingFiles, AReaderOfTheMetadataDoesNotEndTheRecording) {
   EXPECT_TRUE(writer.enqueue(std::string_view("text"), 4));
   reader.reset();
   writer.stop();
-  {
-    const test::TimeLimit limit("the end");
-    while (!writer.status().ended)
-      std::this_thread::yield();
-  }
-  EXPECT_EQ(std::filesystem::file_size(folder.path() / "run_part001.log"), 4u);
+  test::wait_for_end(writer);
+  EXPECT_EQ(disk.content("run_part001.log"), "text");
   EXPECT_EQ(writer.status().integrity, Integrity::no_reported_problem);
 }
 

@@ -15,31 +15,12 @@
 
 #include "base/text.h"
 #include "serial/posix/user_ports.h"
+#include "tests/support/folder.h"
 
 namespace hvt::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A folder that goes with the test.
-class Scratch {
- public:
-  Scratch() {
-    std::string name = (fs::temp_directory_path() / "hvt-ports-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder for the test");
-    path_ = fs::canonical(name);
-  }
-  ~Scratch() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
 
 // A machine's device folders. Character devices are played by links to /dev/null.
 class FakeMachine {
@@ -80,7 +61,7 @@ class FakeMachine {
   }
 
  private:
-  Scratch scratch_;
+  Folder scratch_;
   PortFolders folders_;
 };
 
@@ -259,7 +240,7 @@ class Environment {
 };
 
 TEST(UserPorts, TheFolderIsThisUsersAloneOrNotUsed) {
-  Scratch scratch;
+  const Folder scratch;
   ASSERT_EQ(::chmod(scratch.path().c_str(), 0700), 0);
   const Environment run_time("XDG_RUNTIME_DIR", scratch.path());
   EXPECT_FALSE(find_user_ports_folder());
@@ -277,7 +258,7 @@ TEST(UserPorts, TheFolderIsThisUsersAloneOrNotUsed) {
 }
 
 TEST(UserPorts, WithoutARunTimeFolderAPrivateOneUnderTheTemporaryFolderServes) {
-  Scratch scratch;
+  const Folder scratch;
   const Environment temporary("TMPDIR", scratch.path());
   const fs::path expected = scratch.path() / ("HalvetricSerialTest-" + std::to_string(::geteuid())) / "ports";
   for (const char* unusable : {"", "relative", "/nonexistent"}) {

@@ -15,6 +15,7 @@
 #include "serial/posix/open_port.h"
 #include "serial/posix/tty_transport.h"
 #include "tests/support/pty.h"
+#include "ui/messages.h"
 #include "ui/texts.h"
 
 namespace hvt::test {

@@ -1,0 +1,46 @@
+#include "ui/win32/dialog_text.h"
+
+#include <string_view>
+
+#include "display/rtf.h"
+#include "ui/win32/fonts.h"
+
+namespace hvt {
+namespace {
+
+// Colour numbers of the document's table.
+constexpr std::string_view kHeading = "\\pard\\sb200\\sa80\\keepn\\f0\\b\\fs22\\cf2 ";
+constexpr std::string_view kText = "\\pard\\sb0\\sa100\\f0\\b0\\fs19\\cf1 ";
+constexpr std::string_view kCode = "\\pard\\li200\\sb0\\sa40\\f1\\b0\\fs19\\cf1\\highlight3  ";
+
+void append_line(std::string& rtf, const DialogLine& line) {
+  const bool code = line.kind == DialogLine::Kind::code;
+  if (code) {
+    rtf += kCode;
+  } else {
+    rtf += line.kind == DialogLine::Kind::heading ? kHeading : kText;
+  }
+  append_rtf(rtf, line.text);
+  rtf += code ? " \\highlight0\\par\n" : "\\par\n";
+}
+
+}  // namespace
+
+std::string dialog_rtf(std::span<const DialogLine> lines, const Look& look) {
+  const COLORREF ground = look[ThemeColor::receive_surface];
+  std::string rtf{"{\\rtf1\\ansi\\deff0\\uc1{\\fonttbl{\\f0\\fswiss "};
+  append_rtf(rtf, kInterfaceFace);
+  rtf += ";}{\\f1\\fmodern ";
+  append_rtf(rtf, kFixedFace);
+  rtf += ";}}{\\colortbl ;";
+  rtf += rtf_color(rgb(look.text_on(ground, ThemeColor::receive_text)));
+  rtf += rtf_color(rgb(look.text_on(ground, ThemeColor::link)));
+  rtf += rtf_color(rgb(look[ThemeColor::disabled_field]));
+  rtf += "}\n";
+  for (const DialogLine& line : lines)
+    append_line(rtf, line);
+  rtf += "}";
+  return rtf;
+}
+
+}  // namespace hvt
