@@ -66,10 +66,11 @@ void gives_up_on_a_slow_driver(Person& person) {
   person.sees_status(L"Connected to ECHO1");
 }
 
+// On a port of its own: the driver of the other one may still be busy with the scene before.
 void cancels_an_attempt(Person& person) {
-  person.start(sending_settings(kStubbornPort));
+  person.start(sending_settings(kOtherStubbornPort));
   person.click(Id::connect);
-  person.sees_status(L"Connecting to SLOW4");
+  person.sees_status(L"Connecting to SLOW5");
   person.click(Id::connect);
   person.sees_status(L"Disconnected");
   person.sees_text(Id::connect, L"Connect");

@@ -5,12 +5,20 @@
 #include "serial/echo_transport.h"
 
 namespace hvt::self_test {
+namespace {
+
+bool is_stubborn(std::wstring_view port) {
+  return port == kStubbornPort || port == kOtherStubbornPort;
+}
+
+}  // namespace
 
 std::vector<PortDescription> DeviceBay::all_ports() {
   return {{std::wstring(kEchoPort), L"Loopback"},
           {std::wstring(kScriptedPort), L"Simulated device"},
           {std::wstring(kBusyPort), L""},
-          {std::wstring(kStubbornPort), L"Slow driver"}};
+          {std::wstring(kStubbornPort), L"Slow driver"},
+          {std::wstring(kOtherStubbornPort), L"Slow driver"}};
 }
 
 std::vector<PortDescription> DeviceBay::list() const {
@@ -29,7 +37,8 @@ std::shared_ptr<SerialTransport> DeviceBay::open(const SerialSettings& settings,
     error = settings.port + L" is in use by another program.";
     return nullptr;
   }
-  if (settings.port == kStubbornPort) changed_.wait(lock, [&] { return !held_; });
+  if (is_stubborn(settings.port))
+    changed_.wait(lock, [this, before = let_go_] { return !held_ || let_go_ != before; });
   opened_with_ = settings;
   if (settings.port == kEchoPort) return std::make_shared<EchoTransport>();
   device_ = std::make_shared<ScriptedDevice>();
@@ -62,6 +71,7 @@ std::optional<SerialSettings> DeviceBay::opened_with() const {
 void DeviceBay::let_open() {
   const std::lock_guard lock(mutex_);
   held_ = false;
+  ++let_go_;
   changed_.notify_all();
 }
 

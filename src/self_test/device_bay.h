@@ -1,7 +1,7 @@
 #pragma once
 
 #include <condition_variable>
-#include <map>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -21,11 +21,12 @@ inline constexpr std::wstring_view kScriptedPort =
     L"SIM2";                                              // a ScriptedDevice, a new one for each connection
 inline constexpr std::wstring_view kBusyPort = L"BUSY3";  // in use by somebody else
 inline constexpr std::wstring_view kStubbornPort = L"SLOW4";  // its driver opens when it is told to
+inline constexpr std::wstring_view kOtherStubbornPort = L"SLOW5";
 
 // Lists the ports and opens them, in place of the system.
 //
 // Promises  the scripted device opened last can be had, with the settings it was opened with.
-// Threads   any; only the open of kStubbornPort waits.
+// Threads   any; only the open of a stubborn port waits.
 // Owns      the current scripted device, together with the connection.
 // Ends      with its owner, after the program under test; let_open() lets a waiting open go.
 class DeviceBay {
@@ -43,7 +44,7 @@ class DeviceBay {
   void reset();
   std::optional<SerialSettings> opened_with() const;
 
-  // Lets the waiting open of kStubbornPort go, and every later one until reset().
+  // Lets the waiting opens go, and every later one until reset().
   void let_open();
 
  private:
@@ -53,6 +54,7 @@ class DeviceBay {
   std::shared_ptr<ScriptedDevice> device_;
   std::optional<SerialSettings> opened_with_;
   bool held_ = true;
+  std::uint64_t let_go_ = 0;  // how often; an open that waits goes with the next one
 
   static std::vector<PortDescription> all_ports();
 };

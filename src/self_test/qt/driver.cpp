@@ -49,13 +49,18 @@ Qt::Key native_key(Key key) {
   return std::ranges::find(kKeys, key, &KeyRow::key)->native;
 }
 
+// The native window that has the keyboard. A display may still be on its way with it to a new window.
+QWindow& keyboard_window(const QWidget& window) {
+  if (QWindow* const focus = QGuiApplication::focusWindow()) return *focus;
+  const QWidget* const modal = QApplication::activeModalWidget();
+  return *(modal != nullptr ? modal : &window)->windowHandle();
+}
+
 // Input goes to the native window, as from the system: the toolkit finds out who gets it.
-void send_key(Qt::Key key, const QString& text) {
+void send_key(const QWidget& window, Qt::Key key, const QString& text) {
   for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-    QWindow* const target = QGuiApplication::focusWindow();
-    if (target == nullptr) return;
     QKeyEvent event(type, key, Qt::NoModifier, text);
-    QCoreApplication::sendEvent(target, &event);
+    QCoreApplication::sendEvent(&keyboard_window(window), &event);
   }
 }
 
@@ -102,13 +107,20 @@ QString notice_text(const QWidget& box) {
   return texts.join(QLatin1Char('\n'));
 }
 
+// The window and what is in front of it, each where it stands.
 QPixmap picture_of(QWidget& window) {
-  QPixmap picture = window.grab();
-  QPainter painter(&picture);
+  QList<QWidget*> shown{&window};
+  QRect area = window.geometry();
   for (QWidget* const other : QApplication::topLevelWidgets()) {
     if (other == &window || !other->isVisible()) continue;
-    painter.drawPixmap(other->pos() - window.pos(), other->grab());
+    shown << other;
+    area |= other->geometry();
   }
+  QPixmap picture(area.size());
+  picture.fill(Qt::darkGray);
+  QPainter painter(&picture);
+  for (QWidget* const one : shown)
+    painter.drawPixmap(one->geometry().topLeft() - area.topLeft(), one->grab());
   return picture;
 }
 
@@ -133,12 +145,12 @@ class QtDriver final : public Driver {
     post_mouse(id, QEvent::MouseButtonRelease);
   }
   void press(Key key) override {
-    post([key](QtMainWindow&) { send_key(native_key(key), {}); });
+    post([key](QtMainWindow& window) { send_key(window, native_key(key), {}); });
   }
   void type(std::wstring_view text) override {
-    post([text = to_qstring(text)](QtMainWindow&) {
+    post([text = to_qstring(text)](QtMainWindow& window) {
       for (const QChar unit : text)
-        send_key(Qt::Key_unknown, unit);
+        send_key(window, Qt::Key_unknown, unit);
     });
   }
   void resize(Size client) override {
@@ -157,22 +169,23 @@ class QtDriver final : public Driver {
     post([](QtMainWindow& window) { window.close(); });
   }
   void answer_box(bool accept) override {
-    post([accept](QtMainWindow&) {
+    post([accept](QtMainWindow& window) {
       auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
       if (dialog == nullptr) return;
-      if (qobject_cast<QFileDialog*>(dialog) != nullptr && accept) return send_key(Qt::Key_Return, {});
+      if (qobject_cast<QFileDialog*>(dialog) != nullptr && accept)
+        return send_key(window, Qt::Key_Return, {});
       accept ? dialog->accept() : dialog->reject();
     });
   }
   void type_file_name(std::wstring_view name) override {
-    post([name = to_qstring(name)](QtMainWindow&) {
+    post([name = to_qstring(name)](QtMainWindow& window) {
       auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
       if (dialog == nullptr) return;
       QLineEdit& field = file_name_field(*dialog);
       field.setFocus();
       field.selectAll();
       for (const QChar unit : name)
-        send_key(Qt::Key_unknown, unit);
+        send_key(window, Qt::Key_unknown, unit);
     });
   }
   void press_stale(ControlId id) override {

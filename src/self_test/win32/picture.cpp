@@ -57,9 +57,13 @@ class WindowDc {
   HDC dc_;
 };
 
-SIZE size_of(HWND window) {
+RECT place_of(HWND window) {
   RECT rect{};
   GetWindowRect(window, &rect);
+  return rect;
+}
+
+SIZE size_of(const RECT& rect) {
   return {rect.right - rect.left, rect.bottom - rect.top};
 }
 
@@ -70,36 +74,38 @@ void draw_window(HWND window, HDC target) {
     PrintWindow(window, target, 0);
     return;
   }
-  const SIZE size = size_of(window);
+  const SIZE size = size_of(place_of(window));
   const WindowDc source(window);
   BitBlt(target, 0, 0, size.cx, size.cy, source.get(), 0, 0, SRCCOPY);
 }
 
-void draw_in_front(HWND window, HWND base, HDC target) {
-  RECT place{};
-  GetWindowRect(window, &place);
-  RECT origin{};
-  GetWindowRect(base, &origin);
-  const SIZE size = size_of(window);
+void draw_at_its_place(HWND window, const RECT& area, HDC target) {
+  // What has been changed is painted before it is copied.
+  RedrawWindow(window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+  const RECT place = place_of(window);
+  const SIZE size = size_of(place);
   const MemoryDc own(target);
   const UniqueGdiObject bitmap{CreateCompatibleBitmap(target, size.cx, size.cy)};
   const HGDIOBJ before = SelectObject(own.get(), bitmap.get());
   draw_window(window, own.get());
-  BitBlt(target, place.left - origin.left, place.top - origin.top, size.cx, size.cy, own.get(), 0, 0,
-         SRCCOPY);
+  BitBlt(target, place.left - area.left, place.top - area.top, size.cx, size.cy, own.get(), 0, 0, SRCCOPY);
   SelectObject(own.get(), before);
 }
 
 UniqueGdiObject draw_all(std::span<const HWND> windows) {
-  const HWND base = windows.front();
-  const SIZE size = size_of(base);
-  const WindowDc like(base);
+  RECT area = place_of(windows.front());
+  for (const HWND window : windows.subspan(1)) {
+    const RECT before = area;
+    const RECT place = place_of(window);
+    UnionRect(&area, &before, &place);
+  }
+  const SIZE size = size_of(area);
+  const WindowDc like(windows.front());
   UniqueGdiObject bitmap{CreateCompatibleBitmap(like.get(), size.cx, size.cy)};
   const MemoryDc target(like.get());
   const HGDIOBJ before = SelectObject(target.get(), bitmap.get());
-  draw_window(base, target.get());
-  for (const HWND window : windows.subspan(1))
-    draw_in_front(window, base, target.get());
+  for (const HWND window : windows)
+    draw_at_its_place(window, area, target.get());
   SelectObject(target.get(), before);
   return bitmap;
 }
