@@ -76,13 +76,14 @@ FaceColors push_colors(const View& view) {
   const COLORREF rest = mixed(view.ground(), look[ThemeColor::border], look.dark() ? 45 : 100);
   if (!view.enabled)
     return {inside, mixed(view.ground(), rest, kDisabledFace), look[ThemeColor::disabled_text]};
-  return {inside, view.hovered() ? look[ThemeColor::accent] : rest, look.text_on(inside)};
+  return {inside, view.hovered() ? legible(look[ThemeColor::accent], view.ground()) : rest,
+          look.text_on(inside)};
 }
 
 FaceColors primary_colors(const View& view) {
   if (!view.enabled) return push_colors(view);
   const Look& look = view.look;
-  const COLORREF rest = look.filled();
+  const COLORREF rest = look.filled(ThemeColor::primary_button);
   COLORREF inside = rest;
   if (view.hovered()) inside = mixed(rest, RGB(0, 0, 0), kPrimaryHover);
   if (view.pushed) inside = mixed(rest, RGB(0, 0, 0), 2 * kPrimaryHover);
@@ -116,7 +117,7 @@ FaceColors face_colors(const View& view) {
 void paint_focus(const View& view, RECT area, double radius) {
   if (!view.focused) return;
   const double width = std::max(1.0, 1.5 * view.unit);
-  const COLORREF mark = view.look[ThemeColor::focus];
+  const COLORREF mark = legible(view.look[ThemeColor::focus], view.ground());
   const double half = width / 2;
   const double left = area.left + half;
   const double top = area.top + half;
@@ -194,12 +195,12 @@ void paint_mark(const View& view, const RECT& box) {
   if (!view.checked) {
     const COLORREF inside = view.enabled ? look[ThemeColor::field] : look[ThemeColor::disabled_field];
     const COLORREF strong = mixed(view.ground(), look[ThemeColor::text], look.dark() ? 55 : 50);
-    COLORREF edge = view.hovered() || view.pushed ? look[ThemeColor::accent] : strong;
+    COLORREF edge = view.hovered() || view.pushed ? legible(look[ThemeColor::accent], view.ground()) : strong;
     if (!view.enabled) edge = mixed(view.ground(), look[ThemeColor::border], 60);
     view.canvas.framed(box, radius, inside, edge);
     return;
   }
-  COLORREF fill = look.filled();
+  COLORREF fill = look.filled(ThemeColor::primary_button);
   if (view.hovered() || view.pushed) fill = mixed(fill, RGB(0, 0, 0), kPrimaryHover);
   if (!view.enabled) fill = mixed(view.ground(), look[ThemeColor::disabled_text], 55);
   const COLORREF sign = view.enabled ? look[ThemeColor::selection_text] : view.ground();
@@ -236,10 +237,10 @@ void paint_entry(const View& view) {
   const COLORREF ground = view.ground();
   view.canvas.fill(view.client, ground);
   const bool lit = view.pushed && view.enabled;
-  const COLORREF inside = lit ? look[ThemeColor::list_selection] : ground;
+  const COLORREF inside = lit ? look.filled(ThemeColor::list_selection) : ground;
   if (lit) view.canvas.rounded(view.client, kRadius * view.unit, inside);
   const COLORREF color = !view.enabled ? look[ThemeColor::disabled_text]
-                         : lit         ? look.text_on(inside, ThemeColor::selection_text)
+                         : lit         ? look[ThemeColor::selection_text]
                                        : look.text_on(inside);
   if (view.button.kind == ButtonLook::marked_entry && view.checked) {
     const LONG size = std::lround(6 * view.unit);
@@ -277,6 +278,20 @@ void paint(HWND window, const Button& button) {
   });
 }
 
+// Past WM_PAINT, among other things that cannot be kept from it.
+bool may_have_painted(UINT message) {
+  switch (message) {
+    case WM_SETFOCUS:
+    case WM_KILLFOCUS:
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONUP:
+    case WM_CAPTURECHANGED:
+    case WM_KEYDOWN:
+    case WM_KEYUP: return true;
+    default: return false;
+  }
+}
+
 LRESULT CALLBACK button_procedure(HWND window, UINT message, WPARAM first, LPARAM second, UINT_PTR,
                                   DWORD_PTR data) {
   auto* const button = reinterpret_cast<Button*>(data);
@@ -292,7 +307,7 @@ LRESULT CALLBACK button_procedure(HWND window, UINT message, WPARAM first, LPARA
   }
   if (paints_by_itself(message)) return handled_unpainted(window, message, first, second);
   const LRESULT result = DefSubclassProc(window, message, first, second);
-  if (message == WM_SETFOCUS || message == WM_KILLFOCUS) InvalidateRect(window, nullptr, FALSE);
+  if (may_have_painted(message)) InvalidateRect(window, nullptr, FALSE);
   return result;
 }
 

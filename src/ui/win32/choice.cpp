@@ -58,7 +58,7 @@ void paint_field(HWND choice, const Choice& state) {
     const bool focused = GetFocus() == choice;
     const COLORREF inside = look[enabled ? ThemeColor::field : ThemeColor::disabled_field];
     COLORREF frame = field_frame(look, ground, enabled, focused);
-    if (enabled && state.painted.hovered) frame = look[ThemeColor::accent];
+    if (enabled && state.painted.hovered) frame = legible(look[ThemeColor::accent], ground);
     canvas.fill(client, ground);
     canvas.framed(client, scaled(choice, kFieldRadius), inside, frame);
 
@@ -178,7 +178,7 @@ void draw_choice_entry(const DRAWITEMSTRUCT& item, const Look& look) {
     return;
   }
   const bool lit = (item.itemState & ODS_SELECTED) != 0;
-  const COLORREF inside = look[lit ? ThemeColor::list_selection : ThemeColor::field];
+  const COLORREF inside = lit ? look.filled(ThemeColor::list_selection) : look[ThemeColor::field];
   RECT area = item.rcItem;
   Canvas canvas{item.hDC, area};
   canvas.fill(area, inside);

@@ -9,9 +9,9 @@ namespace hvt {
 namespace {
 
 // Colour numbers of the document's table.
-constexpr std::string_view kHeading = "\\pard\\sb200\\sa80\\keepn\\f0\\b\\fs22\\cf2 ";
-constexpr std::string_view kText = "\\pard\\sb0\\sa100\\f0\\b0\\fs19\\cf1 ";
-constexpr std::string_view kCode = "\\pard\\li200\\sb0\\sa40\\f1\\b0\\fs19\\cf1\\highlight3  ";
+constexpr std::string_view kHeading = "\\pard\\li160\\ri160\\sb200\\sa80\\keepn\\f0\\b\\fs23\\cf1 ";
+constexpr std::string_view kText = "\\pard\\li160\\ri160\\sb0\\sa100\\f0\\b0\\fs19\\cf1 ";
+constexpr std::string_view kCode = "\\pard\\li340\\ri160\\sb0\\sa40\\f1\\b0\\fs19\\cf1\\highlight2 ";
 
 void append_line(std::string& rtf, const DialogLine& line) {
   const bool code = line.kind == DialogLine::Kind::code;
@@ -21,7 +21,7 @@ void append_line(std::string& rtf, const DialogLine& line) {
     rtf += line.kind == DialogLine::Kind::heading ? kHeading : kText;
   }
   append_rtf(rtf, line.text);
-  rtf += code ? " \\highlight0\\par\n" : "\\par\n";
+  rtf += code ? "\\highlight0\\par\n" : "\\par\n";
 }
 
 }  // namespace
@@ -34,7 +34,6 @@ std::string dialog_rtf(std::span<const DialogLine> lines, const Look& look) {
   append_rtf(rtf, kFixedFace);
   rtf += ";}}{\\colortbl ;";
   rtf += rtf_color(rgb(look.text_on(ground, ThemeColor::receive_text)));
-  rtf += rtf_color(rgb(look.text_on(ground, ThemeColor::link)));
   rtf += rtf_color(rgb(look[ThemeColor::disabled_field]));
   rtf += "}\n";
   for (const DialogLine& line : lines)

@@ -58,8 +58,8 @@ HBRUSH Look::brush(ThemeColor surface) const {
   return static_cast<HBRUSH>(brushes_[static_cast<std::size_t>(surface)].get());
 }
 
-COLORREF Look::filled() const {
-  return legible((*this)[ThemeColor::primary_button], (*this)[ThemeColor::selection_text]);
+COLORREF Look::filled(ThemeColor slot) const {
+  return legible((*this)[slot], (*this)[ThemeColor::selection_text]);
 }
 
 COLORREF Look::text_on(COLORREF ground, ThemeColor wanted) const {

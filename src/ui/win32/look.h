@@ -41,8 +41,8 @@ class Look {
 
   // Text that is readable on a surface, whatever its slot says.
   COLORREF text_on(COLORREF ground, ThemeColor wanted = ThemeColor::text) const;
-  // A primary button or a mark, dark enough for the colour of selected text.
-  COLORREF filled() const;
+  // A slot to write on in the colour of selected text, far enough from that to be read.
+  COLORREF filled(ThemeColor slot) const;
 
  private:
   ThemePalette palette_;

@@ -67,6 +67,7 @@ void Win32MainWindow::create_native(const StartupMark& mark) {
   controls_.create(handle(), look_);
   receive_view_.attach(controls_[ControlId::receive_view]);
   tips_.create(handle(), controls_[ControlId::status]);
+  popup_.on_change([this](bool open) { tips_.set_shown(!open); });
   menus_.attach(controls_, [this](MenuItem item) { post_choice(kMenuMessage, index_of(item)); });
   receive_view_.on_menu([this](POINT where, const EditMenu& menu, std::function<void(EditCommand)> chosen) {
     open_edit_menu(popup_, controls_[ControlId::receive_view], where, receive_view_.language(), menu,

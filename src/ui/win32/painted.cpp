@@ -55,7 +55,7 @@ int scaled(HWND window, int logical) {
 }
 
 COLORREF field_frame(const Look& look, COLORREF ground, bool enabled, bool focused) {
-  if (focused) return look[ThemeColor::accent];
+  if (focused) return legible(look[ThemeColor::accent], ground);
   const COLORREF rest = mixed(ground, look[ThemeColor::border], look.dark() ? 55 : 100);
   return enabled ? rest : mixed(ground, rest, 60);
 }

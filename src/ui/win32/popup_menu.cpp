@@ -71,6 +71,7 @@ void PopupMenu::open(HWND owner, PopupOffer offer, Highlight highlighted) {
   create_entries();
   place();
   GetCursorPos(&pointer_);
+  if (changed_) changed_(true);
   ShowWindow(window_, SW_SHOWNOACTIVATE);
   NotifyWinEvent(EVENT_SYSTEM_MENUPOPUPSTART, window_, OBJID_CLIENT, CHILDID_SELF);
   if (highlighted == Highlight::first) move_highlight(1, entries_.size() - 1);
@@ -80,14 +81,13 @@ void PopupMenu::close() {
   if (window_ == nullptr) return;
   const HWND window = std::exchange(window_, nullptr);
   const HWND button = offer_.button;
-  const auto closed = std::move(offer_.closed);
   entries_.clear();
   lit_.reset();
   NotifyWinEvent(EVENT_SYSTEM_MENUPOPUPEND, window, OBJID_CLIENT, CHILDID_SELF);
   SetWindowLongPtrW(window, GWLP_USERDATA, 0);
   DestroyWindow(window);
   if (button != nullptr) SendMessageW(button, BM_SETSTATE, FALSE, 0);
-  if (closed) closed();
+  if (changed_) changed_(false);
 }
 
 void PopupMenu::create_entries() {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ui/win32/look.h"
@@ -27,7 +28,6 @@ struct PopupOffer {
   HFONT font = nullptr;
   std::function<void(std::size_t)> chosen;  // the menu is closed by then
   std::function<void(int)> sideways;        // Left (-1) and Right (1); none for a menu on its own
-  std::function<void()> closed;
 };
 
 // A drop-down or context menu in the window's colours. The keyboard stays where it is: the message loop hands
@@ -47,6 +47,8 @@ class PopupMenu {
   PopupMenu(const PopupMenu&) = delete;
   PopupMenu& operator=(const PopupMenu&) = delete;
 
+  // Told whenever a menu opens (true) or closes.
+  void on_change(std::function<void(bool)> changed) { changed_ = std::move(changed); }
   void open(HWND owner, PopupOffer offer, Highlight highlight);
   void close();
   HWND window() const { return window_; }
@@ -69,6 +71,7 @@ class PopupMenu {
   void choose(std::size_t index);
 
   const Look& look_;
+  std::function<void(bool)> changed_;
   PopupOffer offer_;
   HWND window_ = nullptr;
   std::vector<HWND> entries_;

@@ -28,7 +28,6 @@ constexpr int kMargin = 12;
 constexpr int kButtonHeight = 28;
 constexpr int kButtonFrame = 28;
 constexpr int kLeastButton = 88;
-constexpr int kTextMargin = 10;
 constexpr Size kLong{640, 560};
 constexpr Size kShort{460, 260};
 constexpr Size kSmallest{320, 180};
@@ -98,8 +97,6 @@ void TextDialog::use_fonts() {
   for (const HWND child : {link_button_, close_button_})
     SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(fonts.interface_font()), TRUE);
   fonts_ = std::move(fonts);
-  const WORD margin = static_cast<WORD>(scaled(window_, kTextMargin));
-  text_.send(EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELPARAM(margin, margin));
 }
 
 void TextDialog::set_content(const DialogContent& content) {

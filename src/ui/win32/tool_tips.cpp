@@ -23,9 +23,7 @@ void ToolTips::create(HWND parent, HWND status) {
   status_ = status;
   tip_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_NOPREFIX, 0, 0, 0, 0, parent,
                          nullptr, GetModuleHandleW(nullptr), nullptr);
-  TTTOOLINFOW tool = tool_of(status);
-  tool.lpszText = LPSTR_TEXTCALLBACKW;
-  SendMessageW(tip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+  set(status, {});
   SendMessageW(tip_, TTM_SETDELAYTIME, TTDT_AUTOPOP, kReadingTime);
 }
 
@@ -35,16 +33,15 @@ TTTOOLINFOW ToolTips::tool_of(HWND control) const {
   tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
   tool.hwnd = parent_;
   tool.uId = reinterpret_cast<UINT_PTR>(control);
+  tool.lpszText = LPSTR_TEXTCALLBACKW;
   return tool;
 }
 
 void ToolTips::set(HWND control, std::wstring_view text) {
-  if (control == status_ || (text.empty() && !added_.contains(control))) return;
-  std::wstring copy(text);
+  const auto [at, is_new] = texts_.insert_or_assign(control, std::wstring{text});
+  if (!is_new) return;
   TTTOOLINFOW tool = tool_of(control);
-  tool.lpszText = copy.data();
-  const bool is_new = added_.insert(control).second;
-  SendMessageW(tip_, is_new ? TTM_ADDTOOLW : TTM_UPDATETIPTEXTW, 0, reinterpret_cast<LPARAM>(&tool));
+  SendMessageW(tip_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
 }
 
 // With visual styles the style decides, without them the colours do.
@@ -55,9 +52,16 @@ void ToolTips::set_look(const Look& look) {
   SendMessageW(tip_, TTM_SETTIPTEXTCOLOR, look.text_on(ground), 0);
 }
 
+void ToolTips::set_shown(bool shown) {
+  shown_ = shown;
+  if (!shown) SendMessageW(tip_, TTM_POP, 0, 0);
+}
+
+// An empty tip is not shown.
 void ToolTips::answer(NMTTDISPINFOW& question) {
-  text_ = window_text(status_);
-  if (fits(status_, text_)) text_.clear();  // an empty tip is not shown
+  const auto control = reinterpret_cast<HWND>(question.hdr.idFrom);
+  text_ = control == status_ ? window_text(status_) : texts_[control];
+  if (!shown_ || (control == status_ && fits(status_, text_))) text_.clear();
   const int dpi = static_cast<int>(GetDpiForWindow(status_));
   SendMessageW(question.hdr.hwndFrom, TTM_SETMAXTIPWIDTH, 0,
                MulDiv(kWidestLine, dpi, USER_DEFAULT_SCREEN_DPI));

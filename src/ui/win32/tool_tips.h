@@ -4,7 +4,7 @@
 
 #include <commctrl.h>
 
-#include <set>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -27,6 +27,8 @@ class ToolTips {
   // A control's tip; empty for none. Never the status line.
   void set(HWND control, std::wstring_view text);
   void set_look(const Look& look);
+  // None is shown while an open list or menu would be covered.
+  void set_shown(bool shown);
 
  private:
   TTTOOLINFOW tool_of(HWND control) const;
@@ -34,8 +36,9 @@ class ToolTips {
   HWND parent_ = nullptr;
   HWND tip_ = nullptr;
   HWND status_ = nullptr;
-  std::set<HWND> added_;
-  std::wstring text_;
+  std::map<HWND, std::wstring> texts_;
+  std::wstring text_;  // being shown
+  bool shown_ = true;
 };
 
 }  // namespace hvt

@@ -146,6 +146,8 @@ Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
   const auto id = control_of(LOWORD(message.first));
   if (!id || message.second == 0 || !live_ || own_changes_ > 0) return 0;
   const ControlKind kind = control(*id).kind;
+  if (kind == ControlKind::choice && HIWORD(message.first) == CBN_DROPDOWN) tips_.set_shown(false);
+  if (kind == ControlKind::choice && HIWORD(message.first) == CBN_CLOSEUP) tips_.set_shown(true);
   // A radio button reports the focus and every click; only the change is a command.
   if (kind == ControlKind::radio && is_checked(controls_[*id])) return 0;
   for (const NotificationRow& row : kNotifications) {

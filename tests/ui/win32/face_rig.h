@@ -54,7 +54,9 @@ struct Face {
   // What a person presses: the message goes to the window with the keyboard, as the system sends it.
   void press(WPARAM key);
   void press_access_key(wchar_t character);
-  // Applies what the rules say and puts the controls into place in a client area of this size.
+  // Applies what the rules say.
+  void apply_facts(const Facts& facts);
+  // And puts the controls into place in a client area of this size.
   void show_facts(const Facts& facts, Size client);
 
   HWND native(ControlId id) const { return GetDlgItem(window.handle(), native_id(id)); }
@@ -91,13 +93,17 @@ inline void Face::press_access_key(wchar_t character) {
   pump();
 }
 
-inline void Face::show_facts(const Facts& facts, Size client) {
+inline void Face::apply_facts(const Facts& facts) {
   const ControlStates states = rules(facts);
   std::vector<ControlChange> changes;
   for (const ControlRow& row : kControls)
     changes.push_back({row.id, states[index_of(row.id)]});
   window.apply(changes);
   window.set_menus(menu_rules(facts));
+}
+
+inline void Face::show_facts(const Facts& facts, Size client) {
+  apply_facts(facts);
   window.set_client_size(client);
   window.place(layout(window.measure(), client, {facts.transmit_expanded}));
   window.show();

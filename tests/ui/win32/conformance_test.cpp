@@ -1,0 +1,111 @@
+// Risk: a control that does not show what the rules say: hidden, in use, marked, named or explained
+// otherwise.
+
+#include <windows.h>
+
+#include <commctrl.h>
+#include <gtest/gtest.h>
+#include <oleacc.h>
+
+#include "face_rig.h"
+
+namespace hvt::test {
+namespace {
+
+// What screen readers are told.
+std::wstring accessible_text(HWND control, bool description) {
+  static const auto object_from_window = reinterpret_cast<decltype(&AccessibleObjectFromWindow)>(
+      reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"oleacc.dll"), "AccessibleObjectFromWindow")));
+  void* raw = nullptr;
+  if (FAILED(object_from_window(control, static_cast<DWORD>(OBJID_CLIENT), IID_IAccessible, &raw)))
+    return L"(no accessible object)";
+  const ComPointer<IAccessible> object{static_cast<IAccessible*>(raw)};
+  VARIANT self{};
+  self.vt = VT_I4;
+  self.lVal = CHILDID_SELF;
+  BSTR text = nullptr;
+  description ? object->get_accDescription(self, &text) : object->get_accName(self, &text);
+  const std::wstring result{text == nullptr ? L"" : text};
+  SysFreeString(text);
+  return result;
+}
+
+std::wstring tip_of(const Face& face, HWND control) {
+  HWND tips = nullptr;
+  while ((tips = FindWindowExW(nullptr, tips, TOOLTIPS_CLASSW, nullptr)) != nullptr &&
+         GetWindow(tips, GW_OWNER) != face.window.handle()) {
+  }
+  wchar_t text[500]{};
+  TTTOOLINFOW tool{};
+  tool.cbSize = sizeof tool;
+  tool.hwnd = face.window.handle();
+  tool.uId = reinterpret_cast<UINT_PTR>(control);
+  tool.lpszText = text;
+  SendMessageW(tips, TTM_GETTEXTW, std::size(text), reinterpret_cast<LPARAM>(&tool));
+  return text;
+}
+
+void expect_state(const Face& face, const ControlRow& row, const ControlState& expected) {
+  const HWND native = face.native(row.id);
+  EXPECT_EQ(IsWindowVisible(native) != FALSE, expected.visible);
+  EXPECT_EQ(IsWindowEnabled(native) != FALSE, expected.enabled);
+  if (is_static_text(row.kind) || is_push(row.kind)) {
+    EXPECT_EQ(window_text(native), expected.caption);
+  }
+  if (has_mark(row.kind)) {
+    EXPECT_EQ(SendMessageW(native, BM_GETCHECK, 0, 0) == BST_CHECKED, expected.checked) << "mark";
+  }
+  if (row.kind != ControlKind::status) {
+    EXPECT_EQ(tip_of(face, native), expected.tip);
+  }
+  if (!expected.name.empty()) {
+    EXPECT_EQ(accessible_text(native, false), expected.name);
+  }
+}
+
+TEST(Win32Conformance, EveryControlShowsWhatTheRulesSay) {
+  const Facts facts[]{
+      {.has_ports = true},
+      {.link = LinkState::connected, .transmit_expanded = true, .repeat = RepeatState::running},
+      {.language = Language::korean,
+       .always_on_top = true,
+       .newer_release = true,
+       .link = LinkState::connecting,
+       .receive_hex = true,
+       .transmit_expanded = true,
+       .high_speed = true,
+       .paused = true},
+      {.record = RecordState::running},
+  };
+  Face face;
+  for (std::size_t i = 0; i < std::size(facts); ++i) {
+    face.show_facts(facts[i], {800, 940});
+    const ControlStates expected = rules(facts[i]);
+    for (const ControlRow& row : kControls) {
+      SCOPED_TRACE(std::string{row.name} + ", facts " + std::to_string(i));
+      expect_state(face, row, expected[index_of(row.id)]);
+    }
+  }
+}
+
+// The placement is that of the layout; what the layout gives, the captions fit into.
+TEST(Win32Conformance, CaptionsFitTheirControlsInBothLanguages) {
+  Face face;
+  for (const Language language : {Language::english, Language::korean}) {
+    for (const int width : {600, 700, 740, 800}) {
+      face.show_facts(Facts{.language = language, .newer_release = true, .transmit_expanded = true},
+                      {width, 1000});
+      for (const ControlRow& row : kControls) {
+        if (!is_push(row.kind) && !is_static_text(row.kind)) continue;
+        const HWND native = face.native(row.id);
+        RECT client{};
+        GetClientRect(native, &client);
+        EXPECT_LE(face.window.measure().text_width[index_of(row.id)], client.right)
+            << row.name << " at " << width;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace hvt::test
