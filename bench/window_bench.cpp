@@ -1,7 +1,8 @@
-// The window under load. full_repaint: one repaint of a large receive view, whatever it holds. flood: a
-// device that sends as fast as the line takes it, beside a bare read loop in the same run, while a thread
-// keeps asking the window for an answer: latency is from posting an event to its handler. Without a display
-// both run on the toolkit's offscreen platform.
+// The window under load and at rest. full_repaint: one repaint of a large receive view, whatever it holds.
+// flood: a device that sends as fast as the line takes it, beside a bare read loop in the same run, while a
+// thread keeps asking the window for an answer: latency is from posting an event to its handler. idle: what a
+// connection costs on which nothing happens. switch_theme: the whole window in the other colours, its view
+// full as Buffer Size allows. Without a display they run on the toolkit's offscreen platform.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -280,6 +281,41 @@ BENCHMARK(flood)
     ->Args({150'000, 0, 1})
     ->Iterations(1)
     ->Unit(benchmark::kSecond);
+
+void idle(benchmark::State& state) {
+  bench::application();
+  for (auto _ : state) {
+    Flooded program({"--silent"});
+    program.app().command(ControlId::connect);
+    program.serve(2s);
+    const std::clock_t before = std::clock();
+    program.serve(20s);
+    state.counters["processor_ms"] = 1e3 * static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
+    state.counters["connected"] = program.status().startsWith(QStringLiteral("Connected to"));
+    program.app().disconnect();
+  }
+}
+BENCHMARK(idle)->Iterations(1)->Unit(benchmark::kSecond);
+
+// Four million received bytes, each a token of six characters.
+void switch_theme(benchmark::State& state) {
+  bench::application();
+  Flooded program({"--silent"});
+  ReceiveView& view = program.find<ReceiveViewWidget>(ControlId::receive_view);
+  const DisplayBatch batch = make_batch(kTokens);
+  view.begin_update();
+  for (std::size_t held = 0; held < 24'000'000;)
+    held += view.append(batch);
+  view.end_update({.follow = true});
+  program.serve(100ms);
+  bool dark = false;
+  for (auto _ : state) {
+    dark = !dark;
+    program.app().menu_chosen(dark ? MenuItem::theme_dark : MenuItem::theme_light);
+    QApplication::processEvents();
+  }
+}
+BENCHMARK(switch_theme)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace hvt
