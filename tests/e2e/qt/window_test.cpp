@@ -142,6 +142,7 @@ std::vector<QString> seen(const QtMainWindow& window) {
 
 TEST_F(Window, IsAsItWasLeftTheNextTime) {
   click(ControlId::transmit);
+  const auto first = seen(window);
   for (const ControlId id : {ControlId::line_break, ControlId::hide_crlf, ControlId::echo_sent,
                              ControlId::receive_hex, ControlId::send_hex, ControlId::auto_crlf,
                              ControlId::wait_for_rx, ControlId::display_while_recording})
@@ -158,6 +159,12 @@ TEST_F(Window, IsAsItWasLeftTheNextTime) {
   window.move(30, 10);
   window.resize(720, 770);
   const auto left = seen(window);
+  for (const ControlRow& row : kControls) {
+    const bool was_changed = row.kind == ControlKind::choice || row.kind == ControlKind::check ||
+                             row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit;
+    if (!was_changed || row.id == ControlId::port || row.id == ControlId::transmit) continue;
+    EXPECT_NE(left[index_of(row.id)], first[index_of(row.id)]) << row.name;
+  }
   const QRect place = window.geometry();
   window.close();
 
