@@ -35,7 +35,9 @@ void DesktopAppearance::ask_session() {
 void DesktopAppearance::ask(const QDBusConnection& session) {
   QDBusConnection bus = session;
   if (!bus.isConnected()) return;
-  bus.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
+  qRegisterMetaType<QDBusVariant>();  // the bus library looks for the slot's types by their names
+  // From whoever says so: to know one sender's present address the bus library would wait for the bus.
+  bus.connect(QString(), kPath, kInterface, QStringLiteral("SettingChanged"), this,
               SLOT(setting_changed(QString, QString, QDBusVariant)));
   QDBusMessage question = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
   question << kGroup << kKey;

@@ -64,6 +64,22 @@ void draw_chevron(QPainter& painter, const QRect& rect, Qt::ArrowType direction,
   painter.restore();
 }
 
+void draw_tick(QPainter& painter, const QRectF& box, const QColor& color) {
+  const auto at = [&box](qreal x, qreal y) {
+    return QPointF(box.left() + x * box.width(), box.top() + y * box.height());
+  };
+  const QPointF tick[]{at(0.24, 0.52), at(0.43, 0.71), at(0.77, 0.31)};
+  painter.setPen(QPen(color, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.drawPolyline(tick, 3);
+}
+
+void draw_dot(QPainter& painter, const QRectF& circle, const QColor& color) {
+  const qreal inset = circle.width() * 0.3;
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(color);
+  painter.drawEllipse(circle.adjusted(inset, inset, -inset, -inset));
+}
+
 }  // namespace
 
 ThemeStyle::ThemeStyle(const look::Colors& colors)
@@ -118,10 +134,10 @@ QSize ThemeStyle::sizeFromContents(ContentsType type, const QStyleOption* option
 void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                                const QWidget* widget) const {
   switch (element) {
-    case PE_PanelButtonCommand: return draw_button(*option, *painter, widget);
+    case PE_PanelButtonCommand: return draw_button(*option, *painter);
     case PE_PanelLineEdit: return draw_field(*option, *painter);
-    case PE_IndicatorCheckBox: return draw_check_mark(*option, *painter);
-    case PE_IndicatorRadioButton: return draw_radio_mark(*option, *painter);
+    case PE_IndicatorCheckBox: return draw_mark(*option, *painter, MarkShape::box);
+    case PE_IndicatorRadioButton: return draw_mark(*option, *painter, MarkShape::circle);
     case PE_PanelMenu:
     case PE_PanelTipLabel: painter->fillRect(option->rect, colors_.menu); [[fallthrough]];
     case PE_FrameMenu: return draw_frame(*painter, option->rect, colors_.frame);
@@ -185,7 +201,7 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption* option,
                              const QWidget* widget) const {
   if (const auto* const entry = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
       element == CE_MenuItem && entry != nullptr && entry->menuItemType != QStyleOptionMenuItem::Separator) {
-    return draw_menu_entry(*entry, *painter, widget);
+    return draw_menu_entry(*entry, *painter);
   }
   if (const auto* const button = qstyleoption_cast<const QStyleOptionButton*>(option);
       element == CE_PushButtonLabel && button != nullptr) {
@@ -203,7 +219,7 @@ void ThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionCo
   }
   if (const auto* const choice = qstyleoption_cast<const QStyleOptionComboBox*>(option);
       control == CC_ComboBox && choice != nullptr && !choice->editable) {
-    return draw_choice(*choice, *painter, widget);
+    return draw_choice(*choice, *painter);
   }
   QProxyStyle::drawComplexControl(control, option, painter, widget);
 }
@@ -221,7 +237,7 @@ bool is_primary(const QStyleOption& option) {
 
 }  // namespace
 
-void ThemeStyle::draw_button(const QStyleOption& option, QPainter& painter, const QWidget*) const {
+void ThemeStyle::draw_button(const QStyleOption& option, QPainter& painter) const {
   const bool enabled = option.state & State_Enabled;
   const bool held = option.state & (State_Sunken | State_On);
   const bool hovered = option.state & State_MouseOver;
@@ -254,78 +270,53 @@ void ThemeStyle::draw_button_label(const QStyleOptionButton& option, QPainter& p
   QProxyStyle::drawControl(CE_PushButtonLabel, &label, &painter, widget);
 }
 
+const QColor& ThemeStyle::edge_of_field(State state) const {
+  if (!(state & State_Enabled)) return colors_.hairline;
+  if (state & State_HasFocus) return colors_.accent;
+  return state & State_MouseOver ? colors_.secondary_text : colors_.border;
+}
+
 void ThemeStyle::draw_field(const QStyleOption& option, QPainter& painter) const {
   const bool enabled = option.state & State_Enabled;
   const QColor surface = enabled ? option.palette.color(QPalette::Base) : colors_.disabled_field;
-  const QColor& edge = enabled && (option.state & State_HasFocus) ? colors_.accent
-                       : enabled                                  ? colors_.border
-                                                                  : colors_.hairline;
-  draw_panel(painter, option.rect, surface, edge);
+  draw_panel(painter, option.rect, surface, edge_of_field(option.state));
 }
 
-void ThemeStyle::draw_choice(const QStyleOptionComplex& option, QPainter& painter, const QWidget*) const {
+void ThemeStyle::draw_choice(const QStyleOptionComplex& option, QPainter& painter) const {
   const bool enabled = option.state & State_Enabled;
-  const bool hovered = enabled && (option.state & State_MouseOver);
-  const QColor& edge = enabled && (option.state & State_HasFocus) ? colors_.accent
-                       : hovered                                  ? colors_.secondary_text
-                       : enabled                                  ? colors_.border
-                                                                  : colors_.hairline;
-  draw_panel(painter, option.rect, enabled ? colors_.field : colors_.disabled_field, edge);
+  draw_panel(painter, option.rect, enabled ? colors_.field : colors_.disabled_field,
+             edge_of_field(option.state));
   const QRect arrow(option.rect.right() + 1 - kChevronRoom, option.rect.top(), kChevronRoom,
                     option.rect.height());
   draw_chevron(painter, arrow, Qt::DownArrow, enabled ? colors_.secondary_text : colors_.disabled_text,
                kChevronWidth);
 }
 
-void ThemeStyle::draw_check_mark(const QStyleOption& option, QPainter& painter) const {
+// The box or circle of a check box or radio button, and in it what says that it is checked.
+void ThemeStyle::draw_mark(const QStyleOption& option, QPainter& painter, MarkShape shape) const {
   const bool enabled = option.state & State_Enabled;
   const bool checked = option.state & (State_On | State_NoChange);
   const QColor full = enabled ? colors_.primary : colors_.disabled_text;
-  const QColor& edge = enabled && (option.state & State_MouseOver) ? colors_.accent : colors_.border;
+  const QColor sign = enabled ? colors_.primary_text : colors_.disabled_field;
   qreal line = 1;
-  const QRectF box = outline(painter, option.rect, line);
+  const QRectF outside = outline(painter, option.rect, line);
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(QPen(checked ? full : enabled ? edge : colors_.hairline, line));
+  painter.setPen(QPen(checked ? full : edge_of_field(option.state & ~State(State_HasFocus)), line));
   painter.setBrush(checked ? full : enabled ? colors_.field : colors_.disabled_field);
-  painter.drawRoundedRect(box, kMarkRadius, kMarkRadius);
-  if (checked) {
-    painter.setPen(QPen(enabled ? colors_.primary_text : colors_.disabled_field, 1.8, Qt::SolidLine,
-                        Qt::RoundCap, Qt::RoundJoin));
-    const auto at = [&box](qreal x, qreal y) {
-      return QPointF(box.left() + x * box.width(), box.top() + y * box.height());
-    };
-    const QPointF tick[]{at(0.24, 0.52), at(0.43, 0.71), at(0.77, 0.31)};
-    painter.drawPolyline(tick, 3);
-  }
-  painter.restore();
-}
-
-void ThemeStyle::draw_radio_mark(const QStyleOption& option, QPainter& painter) const {
-  const bool enabled = option.state & State_Enabled;
-  const bool checked = option.state & State_On;
-  const QColor full = enabled ? colors_.primary : colors_.disabled_text;
-  const QColor& edge = enabled && (option.state & State_MouseOver) ? colors_.accent : colors_.border;
-  qreal line = 1;
-  const QRectF circle = outline(painter, option.rect, line);
-  painter.save();
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(QPen(checked ? full : enabled ? edge : colors_.hairline, line));
-  painter.setBrush(checked ? full : enabled ? colors_.field : colors_.disabled_field);
-  painter.drawEllipse(circle);
-  if (checked) {
-    const qreal inset = circle.width() * 0.3;
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(enabled ? colors_.primary_text : colors_.disabled_field);
-    painter.drawEllipse(circle.adjusted(inset, inset, -inset, -inset));
+  if (shape == MarkShape::box) {
+    painter.drawRoundedRect(outside, kMarkRadius, kMarkRadius);
+    if (checked) draw_tick(painter, outside, sign);
+  } else {
+    painter.drawEllipse(outside);
+    if (checked) draw_dot(painter, outside, sign);
   }
   painter.restore();
 }
 
 // Menus
 
-void ThemeStyle::draw_menu_entry(const QStyleOptionMenuItem& option, QPainter& painter,
-                                 const QWidget*) const {
+void ThemeStyle::draw_menu_entry(const QStyleOptionMenuItem& option, QPainter& painter) const {
   const bool enabled = option.state & State_Enabled;
   const bool chosen = enabled && (option.state & State_Selected);
   if (chosen) draw_panel(painter, option.rect.adjusted(1, 0, -1, 0), colors_.entry, colors_.entry);

@@ -40,15 +40,17 @@ class ThemeStyle final : public QProxyStyle {
                           const QWidget* widget) const override;
 
  private:
-  void draw_button(const QStyleOption& option, QPainter& painter, const QWidget* widget) const;
+  enum class MarkShape { box, circle };
+
+  const QColor& edge_of_field(State state) const;
+  void draw_button(const QStyleOption& option, QPainter& painter) const;
   void draw_button_label(const QStyleOptionButton& option, QPainter& painter, const QWidget* widget) const;
   void draw_field(const QStyleOption& option, QPainter& painter) const;
-  void draw_check_mark(const QStyleOption& option, QPainter& painter) const;
-  void draw_radio_mark(const QStyleOption& option, QPainter& painter) const;
+  void draw_choice(const QStyleOptionComplex& option, QPainter& painter) const;
+  void draw_mark(const QStyleOption& option, QPainter& painter, MarkShape shape) const;
   void draw_frame(QPainter& painter, const QRect& rect, const QColor& edge) const;
   QPixmap draw_sign(const QColor& surface, QChar sign) const;
-  void draw_choice(const QStyleOptionComplex& option, QPainter& painter, const QWidget* widget) const;
-  void draw_menu_entry(const QStyleOptionMenuItem& option, QPainter& painter, const QWidget* widget) const;
+  void draw_menu_entry(const QStyleOptionMenuItem& option, QPainter& painter) const;
   void draw_scroll_bar(const QStyleOptionSlider& bar, QPainter& painter, const QWidget* widget) const;
   void draw_scroll_arrow(const QStyleOptionSlider& bar, QPainter& painter, SubControl part,
                          Qt::ArrowType direction, const QWidget* widget) const;
