@@ -17,6 +17,7 @@
 #include <atomic>
 #include <chrono>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -56,21 +57,27 @@ DisplayBatch make_batch(Shape shape) {
   return batch;
 }
 
-void full_repaint(benchmark::State& state) {
+// On the screen, holding so many characters of the batch.
+std::unique_ptr<ReceiveViewWidget> full_view(const DisplayBatch& batch, std::int64_t characters) {
   bench::application();
-  ReceiveViewWidget view(nullptr);
-  view.setFont(look::fixed_font(QApplication::font()));
-  view.resize(1600, 1200);
-  view.show();
+  auto view = std::make_unique<ReceiveViewWidget>(nullptr);
+  view->setFont(look::fixed_font(QApplication::font()));
+  view->resize(1600, 1200);
+  view->show();
+  view->begin_update();
+  for (std::int64_t held = 0; held < characters;)
+    held += static_cast<std::int64_t>(view->append(batch));
+  view->end_update({.follow = true});
+  return view;
+}
+
+void full_repaint(benchmark::State& state) {
   const DisplayBatch batch = make_batch(static_cast<Shape>(state.range(0)));
-  view.begin_update();
-  for (std::int64_t held = 0; held < state.range(1);)
-    held += static_cast<std::int64_t>(view.append(batch));
-  view.end_update({.follow = true});
+  const auto view = full_view(batch, state.range(1));
   QApplication::processEvents();
-  if (state.range(2) != 0) view.select_all();
+  if (state.range(2) != 0) view->select_all();
   for (auto _ : state)
-    view.viewport()->repaint();
+    view->viewport()->repaint();
 }
 BENCHMARK(full_repaint)
     ->ArgNames({"shape", "held", "selected"})
@@ -79,20 +86,12 @@ BENCHMARK(full_repaint)
 
 // The same batches appended with an update each, as the pump does while following a fast line.
 void append_and_update(benchmark::State& state) {
-  bench::application();
-  ReceiveViewWidget view(nullptr);
-  view.setFont(look::fixed_font(QApplication::font()));
-  view.resize(1600, 1200);
-  view.show();
   const DisplayBatch batch = make_batch(static_cast<Shape>(state.range(0)));
-  view.begin_update();
-  for (std::int64_t held = 0; held < state.range(1);)
-    held += static_cast<std::int64_t>(view.append(batch));
-  view.end_update({.follow = true});
+  const auto view = full_view(batch, state.range(1));
   for (auto _ : state) {
-    view.begin_update();
-    view.trim_head(view.append(batch));
-    view.end_update({.follow = true, .scroll = false, .repaint = false});
+    view->begin_update();
+    view->trim_head(view->append(batch));
+    view->end_update({.follow = true, .scroll = false, .repaint = false});
   }
 }
 BENCHMARK(append_and_update)

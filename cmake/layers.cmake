@@ -34,9 +34,14 @@ endfunction()
 function(hvt_windows_face_test name)
   include(${PROJECT_SOURCE_DIR}/packaging/windows/resources.cmake)
   hvt_windows_resources(test_${name})
+  hvt_needs_display(test_${name})
+endfunction()
+
+# hvt_needs_display(target): the Windows program runs on a display of its own where it runs under Wine.
+function(hvt_needs_display target)
   find_program(HVT_XVFB_RUN xvfb-run)
   if(CMAKE_CROSSCOMPILING_EMULATOR AND HVT_XVFB_RUN)
-    set_target_properties(test_${name} PROPERTIES
+    set_target_properties(${target} PROPERTIES
       CROSSCOMPILING_EMULATOR "${HVT_XVFB_RUN};-a;${CMAKE_CROSSCOMPILING_EMULATOR}")
   endif()
 endfunction()

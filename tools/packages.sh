@@ -2,17 +2,21 @@
 # Installs the Debian packages that are missing on this machine (as root, or with sudo).
 #   tools/packages.sh run     what building and running on Linux needs
 #   tools/packages.sh test    that, and what the tests on both systems need
+#   tools/packages.sh package that of run, the Windows cross-compiler and what makes and checks packages
 #   tools/packages.sh bench   that of run, and the benchmark library
 #   tools/packages.sh fuzz    that of run, and clang with its fuzzer
 set -euo pipefail
 
-run=(g++ cmake ninja-build libcurl4-openssl-dev qt6-base-dev qt6-qpa-plugins libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
+run=(g++ cmake ninja-build libcurl4-openssl-dev qt6-base-dev qt6-qpa-plugins libxcb1-dev pkgconf libgl1-mesa-dev fonts-dejavu fonts-noto-cjk)
 demo=(xvfb xauth xdotool imagemagick x11-utils)
-tests=(googletest python3 openssl g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 clang-format)
+windows=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64)
+tests=(googletest python3 openssl "${windows[@]}" wine wine64 clang-format appstream desktop-file-utils)
+packages=(dpkg-dev "${windows[@]}" appstream desktop-file-utils lintian)
 
-case "${1:?run, test, bench or fuzz}" in
+case "${1:?run, test, package, bench or fuzz}" in
   run) wanted=("${run[@]}" "${demo[@]}") ;;
   test) wanted=("${run[@]}" "${demo[@]}" "${tests[@]}") ;;
+  package) wanted=("${run[@]}" "${packages[@]}") ;;
   bench) wanted=("${run[@]}" libbenchmark-dev) ;;
   fuzz) wanted=("${run[@]}" clang libclang-rt-dev) ;;
   *) echo "packages.sh: unknown set '$1'" >&2; exit 2 ;;

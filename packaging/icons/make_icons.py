@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Draws the application icon: the .ico for Windows, the .svg and .png for Linux.
+"""Draws the application icon: the .ico for Windows; the .svg, the window's .png and those of the icon theme for
+Linux.
 
 Needs ImageMagick's convert. The drawings below are the only source; the results are kept in the repository.
 """
@@ -26,6 +27,7 @@ SMALL = [
     ("path", "M40 44 H216 L192 112 H64 Z", PALE, PALE, 16),
     ("path", "M24 216 H72 V160 H128 V216 H176 V160 H232", None, ORANGE, 28),
 ]
+THEME_SIZES = {16: SMALL, 22: SMALL, 24: SMALL, 32: SMALL, 48: LARGE, 64: LARGE, 128: LARGE}
 SIZES = {16: SMALL, 20: SMALL, 24: SMALL, 32: SMALL, 48: LARGE, 64: LARGE, 256: LARGE}
 
 
@@ -71,6 +73,8 @@ def main():
         icon = here.parent / "windows" / "HalvetricSerialTest.ico"
         subprocess.run(["convert", *map(str, parts), str(icon)], check=True)
         (here / "HalvetricSerialTest.png").write_bytes(parts[-1].read_bytes())
+    for size, shapes in THEME_SIZES.items():
+        render(shapes, size, here / "hicolor" / f"{size}.png")
     elements = "\n".join("  " + svg_element(shape) for shape in LARGE)
     head = f'<svg xmlns="http://www.w3.org/2000/svg" width="{SIDE}" height="{SIDE}" viewBox="0 0 {SIDE} {SIDE}">'
     (here / "HalvetricSerialTest.svg").write_text(f"{head}\n{elements}\n</svg>\n")

@@ -12,4 +12,7 @@ function(hvt_windows_resources target)
   set_source_files_properties(${generated}/resources.rc PROPERTIES
     COMPILE_OPTIONS "-I${generated}"
     OBJECT_DEPENDS "${generated}/HalvetricSerialTest.manifest;${generated}/HalvetricSerialTest.ico")
+  if(MSVC)  # whose linker would add a second manifest
+    target_link_options(${target} PRIVATE /MANIFEST:NO)
+  endif()
 endfunction()

@@ -188,8 +188,10 @@ void App::relayout() {
 }
 
 void App::fit_window(Size room) {
-  const Size fitting = fit_client_size(metrics_, client_, {facts_.transmit_expanded}, room);
-  if (fitting != client_ && !window_->current_place().maximized) {
+  const Size client = window_->client_size();
+  const Size fitting = fit_client_size(metrics_, client, {facts_.transmit_expanded}, room);
+  const bool may_change = client != Size{} && !window_->current_place().maximized;
+  if (fitting != client && may_change) {
     window_->set_client_size(fitting);
   } else {
     relayout();
@@ -198,7 +200,8 @@ void App::fit_window(Size room) {
 
 Size App::room() const {
   const Size screen = window_->largest_client_size();
-  return {std::max(screen.width, client_.width), std::max(screen.height, client_.height)};
+  const Size client = window_->client_size();
+  return {std::max(screen.width, client.width), std::max(screen.height, client.height)};
 }
 
 void App::set_status(StatusText text, StatusTone tone) {

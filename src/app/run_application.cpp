@@ -28,15 +28,15 @@ RunMode run_mode(std::span<const std::wstring> arguments) {
 }
 
 int run_application(RunMode mode, const Places& places, StartupProfile& profile, Face& face,
-                    const SelfTest& self_test) {
+                    const SelfTest& self_test, const StartupUpdateCheck::Fetch& fetch_manifest) {
   profile.mark("main entry");
   if (const auto age = process_age()) profile.add("process creation to main entry", *age);
   face.prepare(mode);
   profile.mark("Windows components loaded");  // on every system, so that profiles can be compared
   const std::filesystem::path folder =
       mode == RunMode::self_test ? create_run_folder(places.base_folder) : places.base_folder;
-  const Launch launch = [&](AppServices services) {
-    auto session = std::make_unique<Session>(face, folder, std::move(services),
+  const Launch launch = [&](const std::filesystem::path& data_folder, AppServices services) {
+    auto session = std::make_unique<Session>(face, data_folder, std::move(services),
                                              [&](std::string_view step) { profile.mark(step); });
     profile.mark("window ready");
     profile.write_once(folder);
@@ -44,15 +44,19 @@ int run_application(RunMode mode, const Places& places, StartupProfile& profile,
   };
   if (mode == RunMode::self_test) return self_test(folder, launch);
   const ErrorLog log(places.error_log);
-  return launch({.log_error = [&](std::wstring_view message) { log.append(message); }})->serve();
+  AppServices services;
+  services.log_error = [&](std::wstring_view message) { log.append(message); };
+  services.fetch_manifest = fetch_manifest;
+  return launch(folder, std::move(services))->serve();
 }
 
-int run_program(std::span<const std::wstring> arguments, Face& face, const SelfTest& self_test) {
+int run_program(std::span<const std::wstring> arguments, Face& face, const SelfTest& self_test,
+                const StartupUpdateCheck::Fetch& fetch_manifest) {
   const auto wanted = startup_profile_wanted() ? StartupProfile::Wanted::yes : StartupProfile::Wanted::no;
   StartupProfile profile(wanted, std::chrono::steady_clock::now());
   const RunMode mode = run_mode(arguments);
   try {
-    return run_application(mode, {data_folder(), error_log_file()}, profile, face, self_test);
+    return run_application(mode, {data_folder(), error_log_file()}, profile, face, self_test, fetch_manifest);
   } catch (const std::exception& error) {
     if (mode == RunMode::normal) {
       face.show_fatal_error(error);

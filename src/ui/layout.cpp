@@ -165,7 +165,7 @@ constexpr Item kFoldedItems[]{
 
 constexpr std::size_t kConnectionBreaks[]{3};
 constexpr std::size_t kReceiveBreaks[]{3, 6, 11};
-constexpr std::size_t kRepeatBreaks[]{7, 8, 11};
+constexpr std::size_t kRepeatBreaks[]{7, 8};
 constexpr Row kConnectionRow{kConnectionItems, kConnectionBreaks};
 constexpr std::size_t kRecordBreaks[]{3};
 constexpr Row kRecordRow{kRecordItems, kRecordBreaks};

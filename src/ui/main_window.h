@@ -131,6 +131,8 @@ class MainWindow {
   virtual void set_theme(const ThemePalette& palette) = 0;
   virtual void set_always_on_top(bool on_top) = 0;
 
+  // The client area now, also of a window that is not shown yet; empty while it is minimized.
+  virtual Size client_size() const = 0;
   // The largest client area that the work area of the window's screen has room for.
   virtual Size largest_client_size() const = 0;
 

@@ -19,4 +19,9 @@ namespace hvt {
 //   "Update request cancelled."
 std::string fetch_update_manifest(const ManifestSource& source, CancelSignal& cancel);
 
+// The same from manifest_source().
+inline std::string fetch_published_manifest(CancelSignal& cancel) {
+  return fetch_update_manifest(manifest_source(), cancel);
+}
+
 }  // namespace hvt

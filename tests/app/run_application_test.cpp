@@ -112,8 +112,8 @@ TEST(RunApplication, EachSelfTestRunHasAFolderOfItsOwn) {
     EXPECT_EQ(run_folder.filename().string().rfind("run_", 0), 0u);
     EXPECT_TRUE(run_folder.filename().string().ends_with("_" + std::to_string(process_id())));
     runs.insert(run_folder);
-    EXPECT_EQ(launch(no_ports())->serve(), 7);
-    EXPECT_EQ(launch(no_ports())->serve(), 7) << "a second window, on the settings of the first";
+    EXPECT_EQ(launch(run_folder, no_ports())->serve(), 7);
+    EXPECT_EQ(launch(run_folder, no_ports())->serve(), 7) << "a second window, on the settings of the first";
     EXPECT_TRUE(std::filesystem::exists(run_folder / "config" / "settings.json"));
     return 3;
   };
@@ -166,7 +166,7 @@ TEST(RunProgram, WhatEndsItIsShownInANormalRunOnlyAndTheExitCodeIsOne) {
     std::vector<std::wstring> arguments;
     if (self_test) arguments.push_back(L"--self-test-ui");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(run_program(arguments, face, no_self_test), 1);
+    EXPECT_EQ(run_program(arguments, face, no_self_test, {}), 1);
     const std::string written = testing::internal::GetCapturedStderr();
     EXPECT_EQ(face.boxes, self_test ? std::vector<std::string>() : std::vector<std::string>{"No prepare."});
     EXPECT_EQ(written, self_test ? "HalvetricSerialTest: No prepare.\n" : "");

@@ -239,7 +239,7 @@ TEST(Screen, LimitsTheWindowButNeverFoldsOrShrinksItsContents) {
   Program program({.folder = folder.path()});
   program.window.screen = {1366, 728};
   EXPECT_LE(program.app.minimum_client_size(600).height, 728);
-  program.app.resized({600, 500});
+  program.window.resize({600, 500});
   program.press(ControlId::transmit);
   EXPECT_EQ(program.window.placement()[index_of(ControlId::receive_view)].width, 600 - 16);
   program.press(ControlId::transmit);  // 940 do not fit: the next wider arrangement is taken

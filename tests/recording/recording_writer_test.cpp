@@ -6,8 +6,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <memory>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -16,12 +18,30 @@
 
 #include "recording/names.h"
 #include "serial/serial_status.h"
-#include "tests/recording/failing_allocation.h"
 #include "tests/recording/memory_disk.h"
 #include "tests/support/error_of.h"
 #include "tests/support/latch.h"
 #include "tests/support/time_limit.h"
 #include "tools/recover/session_metadata.h"
+
+namespace {
+
+// While it is set, arrays cannot be allocated on this thread.
+thread_local bool no_memory = false;
+
+}  // namespace
+
+void* operator new[](std::size_t size) {
+  void* const memory = no_memory ? nullptr : std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
 
 namespace hvt {
 namespace {
@@ -298,10 +318,9 @@ TEST(RecordingWriter, NoMemoryForABlockStopsTheRecording) {
   ASSERT_TRUE(recording.enqueue("first "));
   disk.wait();
   ASSERT_TRUE(recording.enqueue("second "));
-  {
-    const test::FailingAllocation no_memory;
-    EXPECT_FALSE(recording.enqueue(std::string(ByteQueue::kChunkBytes, 'x')));
-  }
+  no_memory = true;
+  EXPECT_FALSE(recording.enqueue(std::string(ByteQueue::kChunkBytes, 'x')));
+  no_memory = false;
   disk.open_gate();
   recording.wait_for_end();
   EXPECT_EQ(recording.text(), "first second ");

@@ -377,26 +377,6 @@ TEST_P(TransportContract, ADiscardAfterBytesWereTakenMarksTheirReadAsOvertaken) 
   EXPECT_EQ(read_current(transport(), 10), numbered(10));
 }
 
-// A discard while a read waits must neither end the reader nor cost a byte that arrives after it.
-TEST_P(TransportContract, ADiscardDuringAReadLosesNothingThatComesAfterIt) {
-  HVT_ONLY_WITH(discard);
-  for (std::size_t round = 0; round < 50; ++round) {
-    Latch about_to_read(1);
-    Bytes received;
-    const TimeLimit limit = limit_for(transport(), "the bytes sent after a discard");
-    std::thread reader([&] {
-      about_to_read.count_down();
-      received = read_current(transport(), 20, limit);
-    });
-    about_to_read.wait();
-    std::wstring error;
-    EXPECT_TRUE(transport().discard_input(error));
-    rig_->device_sends(numbered(20, round));
-    reader.join();
-    ASSERT_EQ(received, numbered(20, round)) << "round " << round;
-  }
-}
-
 // A read that collects its bytes in several steps may be overtaken between two of them.
 TEST_P(TransportContract, NoReadMixesBytesFromBeforeADiscardWithBytesFromAfterIt) {
   HVT_ONLY_WITH(discard);

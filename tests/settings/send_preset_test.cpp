@@ -46,17 +46,12 @@ TEST(SendPreset, a_document_gives_ten_texts_or_its_message) {
   };
   const Case kCases[] = {
       {"empty object", "{}", "||||||||||"},
-      {"byte-order mark", "\xEF\xBB\xBF{\"Items\":[\"a\"]}", "a||||||||||"},
       {"any version", R"({"Version":2,"Items":["a","b","c"]})", "a|b|c||||||||"},
       {"other keys", R"({"items":["x"],"Name":{},"Items":[null,"b"]})", "|b|||||||||"},
       {"version as text", R"({"Version":"1"})", "Expected a JSON integer."},
-      {"version null", R"({"Version":null})", "Expected a JSON integer."},
       {"version with a fraction", R"({"Version":1.0})", "Invalid or out-of-range JSON integer."},
       {"version before items", R"({"Items":null,"Version":"1"})", "Expected a JSON integer."},
-      {"items null", R"({"Items":null})", "Expected an array of send strings."},
-      {"items of numbers", R"({"Items":[1]})", "Expected a send string."},
       {"array", "[]", "Expected a JSON object."},
-      {"more behind it", "{} {}", "Invalid JSON document."},
       {"nothing", "", "Invalid JSON document."},
   };
   for (const Case& one : kCases) {

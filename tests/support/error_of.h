@@ -1,16 +1,16 @@
 #pragma once
 
-#include <stdexcept>
+#include <exception>
 #include <string>
 
 namespace hvt::test {
 
-// What the function's std::runtime_error says, or "no error".
+// What the function's exception says, or "no error".
 template <typename Function>
 std::string error_of(Function&& function) {
   try {
     function();
-  } catch (const std::runtime_error& error) {
+  } catch (const std::exception& error) {
     return error.what();
   }
   return "no error";

@@ -20,11 +20,10 @@ namespace hvt::test {
 // Ends      by removing it.
 class Folder {
  public:
-  Folder() {
+  explicit Folder(const std::filesystem::path& in = std::filesystem::temp_directory_path()) {
     std::random_device random;
     do {
-      path_ = std::filesystem::temp_directory_path() /
-              (std::filesystem::path(u8"hvt \uC124\uC815 ") += std::to_string(random()));
+      path_ = in / (std::filesystem::path(u8"hvt \uC124\uC815 ") += std::to_string(random()));
     } while (!std::filesystem::create_directory(path_));
   }
   Folder(const Folder&) = delete;

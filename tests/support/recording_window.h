@@ -65,7 +65,8 @@ class RecordingWindow final : public MainWindow {
   explicit RecordingWindow(WindowEvents& events) : events_(events) {}
 
   void set_title(std::wstring_view) override {}
-  void set_client_size(Size client) override { events_.resized(client); }
+  void set_client_size(Size client) override { resize(client); }
+  Size client_size() const override { return client_; }
   void show() override {}
   void apply(std::span<const ControlChange> changes) override {
     writes_ += changes.size();
@@ -125,6 +126,10 @@ class RecordingWindow final : public MainWindow {
   bool input_waiting() const override { return input_waits; }
 
   // The person.
+  void resize(Size client) {
+    client_ = client;
+    events_.resized(client);
+  }
   void choose(ControlId id, std::size_t row) {
     choices_[id].selected = row;
     events_.chosen(id);
@@ -179,6 +184,7 @@ class RecordingWindow final : public MainWindow {
 
  private:
   WindowEvents& events_;
+  Size client_;
   PlainReceiveView view_;
   ControlStates states_{};
   Placement placement_{};

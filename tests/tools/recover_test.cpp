@@ -173,6 +173,7 @@ TEST(Recover, SaysWhatIsNotWhole) {
     std::string problems;  // a part of each, each followed by a bar
   };
   const std::string long_text(2500, 'x');
+  constexpr DisplayOptions kAscii{};
   constexpr DisplayOptions kHidden{.line_break = true, .hide_crlf = true};
   constexpr DisplayOptions kHex{.hex = true};
   const auto nothing = [](Session&) {};
@@ -191,32 +192,18 @@ TEST(Recover, SaysWhatIsNotWhole) {
   const Case cases[] = {
       {"hidden line ends", kHidden, "a\r\nb\r\n", nothing,
        "stands for 2 received bytes, the metadata says 6|"},
-      {"a literal token", {}, "a<LF>b", nothing, "stands for 3 received bytes, the metadata says 6|"},
-      {"a missing part",
-       {},
-       long_text,
-       remove_second_part,
+      {"a literal token", kAscii, "a<LF>b", nothing, "stands for 3 received bytes, the metadata says 6|"},
+      {"a missing part", kAscii, long_text, remove_second_part,
        "Part 2 of 3 is missing|hold 1500 bytes of text, the metadata says 2500|stands for 1500|"},
-      {"a cut part",
-       {},
-       long_text,
-       [](Session& s) { fs::resize_file(s.part(3), 499); },
+      {"a cut part", kAscii, long_text, [](Session& s) { fs::resize_file(s.part(3), 499); },
        "hold 2499 bytes|stands for 2499|"},
-      {"a longer part", {}, "abc", first_part("abcd"), "hold 4 bytes|stands for 4|"},
-      {"a changed byte",
-       {},
-       "abc",
-       first_part("a\x01"
-                  "c"),
-       "from byte 1 on|stands for 2|"},
+      {"a longer part", kAscii, "abc", first_part("abcd"), "hold 4 bytes|stands for 4|"},
+      {"a changed byte", kAscii, "abc", first_part("a\001c"), "from byte 1 on|stands for 2|"},
       {"another format", kHex, "abc", first_part("61 Hi 63"), "from byte 3 on|stands for 2|"},
-      {"not finished", {}, "abc", unfinish, "not finished|"},
-      {"less than an unfinished session claims",
-       {},
-       "abc",
-       [&](Session& s) { unfinish(s), first_part("ab")(s); },
-       "not finished|hold 2 bytes|"},
-      {"incomplete by its own word", {}, "abc", overflow, "data is missing (queue_overflow)|"},
+      {"not finished", kAscii, "abc", unfinish, "not finished|"},
+      {"less than an unfinished session claims", kAscii, "abc",
+       [&](Session& s) { unfinish(s), first_part("ab")(s); }, "not finished|hold 2 bytes|"},
+      {"incomplete by its own word", kAscii, "abc", overflow, "data is missing (queue_overflow)|"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

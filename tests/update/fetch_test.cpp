@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
@@ -19,7 +18,6 @@
 #include "base/text.h"
 #include "tests/support/error_of.h"
 #include "tests/update/system.h"
-#include "update/startup_update_check.h"
 
 namespace hvt {
 namespace {
@@ -211,20 +209,6 @@ TEST_F(Fetch, a_cancelled_one_ends_at_once) {
       EXPECT_EQ(error, "Update request cancelled.") << server << kind;
     }
   }
-}
-
-TEST_F(Fetch, closing_the_program_does_not_wait_for_the_server) {
-  std::atomic<int> reports{0};
-  const ManifestSource source = source_at("HVT_HTTPS", "/silent/closing");
-  auto check = std::make_unique<StartupUpdateCheck>(
-      [&](CancelSignal& cancel) { return fetch_update_manifest(source, cancel); },
-      [&](const UpdateResult&) { ++reports; });
-  check->request_check();
-  EXPECT_EQ(end_at("HVT_HTTPS", "/when-stalled/closing"), "0 bytes");
-  const auto start = Clock::now();
-  check.reset();
-  EXPECT_LT(Clock::now() - start, 100ms);
-  EXPECT_EQ(reports, 0);
 }
 
 TEST_F(Fetch, nothing_stays_open_however_it_ends) {

@@ -7,6 +7,7 @@
 #include "self_test/self_test.h"
 #include "ui/main_window.h"
 #include "ui/qt/application.h"
+#include "update/fetch.h"
 
 namespace {
 
@@ -43,5 +44,5 @@ int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i)
     arguments.push_back(hvt::utf8_to_utf16_lossy(argv[i]));
   QtFace face(argc, argv);
-  return hvt::run_program(arguments, face, hvt::run_self_test);
+  return hvt::run_program(arguments, face, hvt::run_self_test, hvt::fetch_published_manifest);
 }

@@ -9,6 +9,7 @@
 #include "self_test/self_test.h"
 #include "ui/main_window.h"
 #include "ui/win32/application.h"
+#include "update/fetch.h"
 
 namespace {
 
@@ -31,5 +32,5 @@ class Win32Face final : public hvt::Face {
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
   const std::vector<std::wstring> arguments(__wargv + 1, __wargv + __argc);
   Win32Face face;
-  return hvt::run_program(arguments, face, hvt::run_self_test);
+  return hvt::run_program(arguments, face, hvt::run_self_test, hvt::fetch_published_manifest);
 }

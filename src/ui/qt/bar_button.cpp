@@ -8,9 +8,8 @@
 
 namespace hvt {
 
-BarButton::BarButton(ControlKind kind, QWidget* parent) : QPushButton(parent), kind_(kind) {
+BarButton::BarButton(ControlKind kind, QWidget* parent) : CommandButton(parent), kind_(kind) {
   setFlat(true);
-  setAutoDefault(true);  // Enter presses it, as Space does
   // A click leaves the keyboard where it is: the menu that opens takes the keys by itself.
   setFocusPolicy(Qt::TabFocus);
   setAttribute(Qt::WA_Hover);

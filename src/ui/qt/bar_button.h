@@ -1,14 +1,13 @@
 #pragma once
 
-#include <QPushButton>
-
 #include "ui/controls.h"
+#include "ui/qt/command_button.h"
 
 namespace hvt {
 
 // A button in the strip of the menus: flat, or, as a badge, small and coloured. A menu button stays pressed
 // while its menu is open.
-class BarButton final : public QPushButton {
+class BarButton final : public CommandButton {
  public:
   BarButton(ControlKind kind, QWidget* parent);
 

@@ -5,7 +5,6 @@
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QPainter>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QToolTip>
 #include <QWheelEvent>
@@ -13,6 +12,7 @@
 
 #include "transmit/packet_text.h"
 #include "ui/qt/bar_button.h"
+#include "ui/qt/command_button.h"
 #include "ui/qt/look.h"
 #include "ui/qt/receive_view_widget.h"
 
@@ -21,12 +21,6 @@ namespace {
 
 constexpr int kMaxVisibleEntries = 20;
 constexpr int kFieldMargin = 3;  // between the edge of a packet field and its text
-
-QWidget* create_button(QWidget* parent) {
-  auto* const button = new QPushButton(parent);
-  button->setAutoDefault(true);  // Enter presses it, as Space does
-  return button;
-}
 
 QWidget* create_packet_edit(QWidget* parent) {
   auto* const edit = new QLineEdit(parent);
@@ -60,7 +54,7 @@ QWidget* create_by_kind(const ControlRow& row, QWidget* parent) {
     case ControlKind::label:
     case ControlKind::title:
     case ControlKind::counter: return new QLabel(parent);
-    case ControlKind::button: return create_button(parent);
+    case ControlKind::button: return new CommandButton(parent);
     case ControlKind::menu_button:
     case ControlKind::bar_button:
     case ControlKind::badge: return new BarButton(row.kind, parent);

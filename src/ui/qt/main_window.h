@@ -65,6 +65,7 @@ class QtMainWindow final : public QWidget, public MainWindow {
   SystemColors system_colors() const override;
   void set_theme(const ThemePalette& palette) override;
   void set_always_on_top(bool on_top) override;
+  Size client_size() const override;
   Size largest_client_size() const override;
 
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;

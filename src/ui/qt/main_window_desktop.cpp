@@ -20,9 +20,11 @@
 namespace hvt {
 namespace {
 
+constexpr QSize kFileDialogSize{760, 500};
+
 constexpr int kBandMargin = 2;  // around the packet rows
 constexpr int kHeaderMargin = 4;
-constexpr int kMarkLeft = 1;  // of the coloured marks before the titles
+constexpr int kMarkGap = 7;  // from the left edge of a coloured mark to its title
 constexpr int kMarkWidth = 3;
 constexpr int kMarkInset = 5;
 
@@ -46,6 +48,10 @@ constexpr TitleMark kTitleMarks[]{
 }  // namespace
 
 // The place
+
+Size QtMainWindow::client_size() const {
+  return isMinimized() ? Size{} : Size{width(), height()};
+}
 
 Size QtMainWindow::largest_client_size() const {
   const QSize frame = frameGeometry().size() - size();
@@ -130,7 +136,7 @@ void QtMainWindow::paintEvent(QPaintEvent*) {
   painter.fillRect(0, status.y, width(), 1, colors.hairline);
   for (const TitleMark& mark : kTitleMarks) {
     const Rect& title = placement_[index_of(mark.id)];
-    painter.fillRect(kMarkLeft, title.y + kMarkInset, kMarkWidth, title.height - 2 * kMarkInset,
+    painter.fillRect(title.x - kMarkGap, title.y + kMarkInset, kMarkWidth, title.height - 2 * kMarkInset,
                      colors.*mark.color);
   }
 }
@@ -178,6 +184,7 @@ std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& 
     dialog.setDefaultSuffix(to_qstring(question.extension));
     dialog.selectFile(to_qstring(question.proposed_name));
   }
+  dialog.resize(kFileDialogSize);
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   return std::filesystem::path(dialog.selectedFiles().front().toStdString());
 }

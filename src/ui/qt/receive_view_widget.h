@@ -11,6 +11,7 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "display/palette.h"
@@ -56,6 +57,7 @@ class ReceiveViewWidget final : public QAbstractScrollArea, public ReceiveView {
   void copy() const;
   // Line breaks are "\n".
   QString selected_text() const;
+  std::wstring held_text() const { return document_.text({document_.first(), document_.end()}); }
 
  protected:
   void paintEvent(QPaintEvent* event) override;

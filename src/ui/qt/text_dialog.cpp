@@ -9,6 +9,7 @@
 #include <QTextFrame>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "ui/qt/look.h"
@@ -19,10 +20,11 @@ namespace {
 
 constexpr int kWidth = 600;
 constexpr int kMinimumWidth = 320;
-constexpr int kMinimumHeight = 180;
+constexpr int kMinimumHeight = 140;
 constexpr int kMostHeight = 560;
 constexpr int kTextMargin = 12;
 constexpr int kButtonMargin = 10;
+constexpr int kButtonGap = 8;
 constexpr int kButtonWidth = 96;
 constexpr qreal kHeadingScale = 1.15;
 
@@ -110,9 +112,11 @@ TextDialog::TextDialog(QWidget* parent, std::function<void()> link_pressed)
   connect(close_, &QPushButton::clicked, this, &QDialog::reject);
   close_->setDefault(true);
   close_->setMinimumWidth(kButtonWidth);
+  take_colors();
 
   auto* const buttons = new QHBoxLayout;
   buttons->setContentsMargins(kButtonMargin, kButtonMargin, kButtonMargin, kButtonMargin);
+  buttons->setSpacing(kButtonGap);
   buttons->addStretch();
   buttons->addWidget(link_);
   buttons->addWidget(close_);
@@ -148,17 +152,25 @@ void TextDialog::write_text() {
   text_->verticalScrollBar()->setValue(scrolled);
 }
 
-// A short text gets a small window.
+// A short text gets a small window. It is measured in a copy: the edit lays out its own text when it is
+// shown.
 void TextDialog::fit_height() {
-  text_->document()->setTextWidth(kWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+  const std::unique_ptr<QTextDocument> copy(text_->document()->clone());
+  copy->setTextWidth(kWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
   const int below = close_->sizeHint().height() + 2 * kButtonMargin;
-  const int wanted = static_cast<int>(text_->document()->size().height()) + below + kTextMargin;
-  resize(kWidth, std::clamp(wanted, kMinimumHeight, kMostHeight));
+  resize(kWidth, std::clamp(static_cast<int>(copy->size().height()) + below, kMinimumHeight, kMostHeight));
+}
+
+void TextDialog::take_colors() {
+  QPalette colors;
+  colors.setColor(QPalette::Base, look::colors().page);
+  text_->setPalette(colors);
 }
 
 // The surfaces of the document are not taken from the palette.
 void TextDialog::changeEvent(QEvent* event) {
   QDialog::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange) take_colors();
   if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) write_text();
 }
 

@@ -29,6 +29,7 @@ class TextDialog final : public QDialog {
 
  private:
   void write_text();
+  void take_colors();
   void fit_height();
 
   QTextEdit* const text_;

@@ -99,6 +99,7 @@ Colors derive_colors(const ThemePalette& palette) {
   c.menu = c.dark ? c.menu_bar : c.field;
   derive_buttons(palette, c);
 
+  c.page = c.dark ? c.window : c.field;
   c.code = c.dark ? mixed(c.window, c.field, 0.4) : c.disabled_field;
   c.scroll_groove = mixed(c.window, c.field, c.dark ? 0.2 : 0.5);
   c.scroll_thumb = mixed(c.scroll_groove, c.secondary_text, 0.35);

@@ -24,7 +24,8 @@ struct Colors {
   QColor primary, hovered_primary, pressed_primary, primary_text;
   QColor hovered_bar, pressed_bar;  // of the menu buttons
   QColor badge, badge_text;
-  QColor code;  // behind lines in the fixed-width font
+  QColor page;  // behind text to be read at length
+  QColor code;  // behind its lines in the fixed-width font
   QColor scroll_groove, scroll_thumb, scroll_thumb_held;
   QColor receive_mark, transmit_mark, record_mark, repeat_mark;  // beside the titles
 };

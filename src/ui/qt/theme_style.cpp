@@ -1,5 +1,8 @@
 #include "ui/qt/theme_style.h"
 
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QIcon>
 #include <QPainter>
 #include <QPushButton>
 #include <QStyleFactory>
@@ -121,26 +124,61 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
     case PE_IndicatorRadioButton: return draw_radio_mark(*option, *painter);
     case PE_PanelMenu:
     case PE_PanelTipLabel: painter->fillRect(option->rect, colors_.menu); [[fallthrough]];
-    case PE_FrameMenu:
-    case PE_Frame: {
-      const bool in_window = element == PE_Frame;
-      const QColor& edge = in_window && (option->state & State_HasFocus) ? colors_.accent
-                           : in_window                                   ? colors_.border
-                                                                         : colors_.frame;
-      qreal line = 1;
-      const QRectF shape = outline(*painter, option->rect, line);
-      painter->save();
-      painter->setPen(QPen(edge, line));
-      painter->setBrush(Qt::NoBrush);
-      painter->drawRect(shape);
-      painter->restore();
+    case PE_FrameMenu: return draw_frame(*painter, option->rect, colors_.frame);
+    case PE_Frame:
+      return draw_frame(*painter, option->rect,
+                        option->state & State_HasFocus ? colors_.accent : colors_.border);
+    case PE_PanelItemViewItem:
+      if (option->state & State_Selected) painter->fillRect(option->rect, colors_.entry);
       return;
-    }
     case PE_FrameFocusRect:
-      if (marks_focus(option->state)) draw_panel(*painter, option->rect, Qt::transparent, colors_.focus);
+      if (marks_focus(option->state) && qobject_cast<const QAbstractItemView*>(widget) == nullptr)
+        draw_panel(*painter, option->rect, Qt::transparent, colors_.focus);
       return;
     default: return QProxyStyle::drawPrimitive(element, option, painter, widget);
   }
+}
+
+void ThemeStyle::draw_frame(QPainter& painter, const QRect& rect, const QColor& edge) const {
+  qreal line = 1;
+  const QRectF shape = outline(painter, rect, line);
+  painter.save();
+  painter.setPen(QPen(edge, line));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRect(shape);
+  painter.restore();
+}
+
+// Of message boxes
+QIcon ThemeStyle::standardIcon(StandardPixmap which, const QStyleOption* option,
+                               const QWidget* widget) const {
+  switch (which) {
+    case SP_MessageBoxInformation: return draw_sign(colors_.primary, QLatin1Char('i'));
+    case SP_MessageBoxQuestion: return draw_sign(colors_.primary, QLatin1Char('?'));
+    case SP_MessageBoxWarning: return draw_sign(colors_.repeat_mark, QLatin1Char('!'));
+    case SP_MessageBoxCritical: return draw_sign(colors_.record_mark, QLatin1Char('!'));
+    default: return QProxyStyle::standardIcon(which, option, widget);
+  }
+}
+
+QPixmap ThemeStyle::draw_sign(const QColor& surface, QChar sign) const {
+  constexpr int kSide = 32;
+  constexpr int kScale = 2;  // sharp on fine screens too
+  QPixmap pixmap(kSide * kScale, kSide * kScale);
+  pixmap.setDevicePixelRatio(kScale);
+  pixmap.fill(Qt::transparent);
+  QPainter painter(&pixmap);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(surface);
+  painter.drawEllipse(QRectF(1, 1, kSide - 2, kSide - 2));
+  QFont font = QApplication::font();
+  font.setPixelSize(kSide * 5 / 8);
+  font.setBold(true);
+  painter.setFont(font);
+  painter.setPen(look::readable(colors_.selection_text, surface));
+  painter.drawText(QRectF(0, 0, kSide, kSide), static_cast<int>(Qt::AlignCenter), QString(sign));
+  return pixmap;
 }
 
 void ThemeStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,

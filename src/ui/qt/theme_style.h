@@ -33,6 +33,7 @@ class ThemeStyle final : public QProxyStyle {
                          const QWidget* widget) const override;
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;
+  QIcon standardIcon(StandardPixmap which, const QStyleOption* option, const QWidget* widget) const override;
   void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                    const QWidget* widget) const override;
   void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
@@ -44,6 +45,8 @@ class ThemeStyle final : public QProxyStyle {
   void draw_field(const QStyleOption& option, QPainter& painter) const;
   void draw_check_mark(const QStyleOption& option, QPainter& painter) const;
   void draw_radio_mark(const QStyleOption& option, QPainter& painter) const;
+  void draw_frame(QPainter& painter, const QRect& rect, const QColor& edge) const;
+  QPixmap draw_sign(const QColor& surface, QChar sign) const;
   void draw_choice(const QStyleOptionComplex& option, QPainter& painter, const QWidget* widget) const;
   void draw_menu_entry(const QStyleOptionMenuItem& option, QPainter& painter, const QWidget* widget) const;
   void draw_scroll_bar(const QStyleOptionSlider& bar, QPainter& painter, const QWidget* widget) const;

@@ -73,9 +73,9 @@ void Win32MainWindow::create_native(const StartupMark& mark) {
     open_edit_menu(popup_, controls_[ControlId::receive_view], where, receive_view_.language(), menu,
                    fonts_.interface_font(), std::move(chosen));
   });
+  mark("controls created");
   style_native_parts();
   SendMessageW(handle(), WM_CHANGEUISTATE, MAKEWPARAM(UIS_INITIALIZE, 0), 0);
-  mark("controls created");
   fit_to_dpi(static_cast<int>(GetDpiForWindow(handle())));
   mark("fonts applied");
 }
@@ -96,9 +96,9 @@ void Win32MainWindow::set_title(std::wstring_view title) {
 
 void Win32MainWindow::set_client_size(Size client) {
   if (handle() == nullptr) return;
-  const Size before = client_size(handle());
+  const Size before = hvt::client_size(handle());
   if (!IsZoomed(handle()) && !IsIconic(handle())) resize_client(handle(), client);
-  if (live_ && client_size(handle()) == before) events_.resized(before);
+  if (live_ && hvt::client_size(handle()) == before) events_.resized(before);
 }
 
 void Win32MainWindow::show() {
@@ -141,7 +141,7 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   if (target == nullptr) return;
   const ControlKind kind = control(change.id).kind;
   const ControlState& state = change.state;
-  if (kind != ControlKind::counter) controls_.set_caption(change.id, state.caption);
+  if (kind != ControlKind::counter) controls_.set_caption(change.id, state.caption);  // it has set_counter()
   set_description(change.id, state);
   if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);
@@ -304,6 +304,10 @@ void Win32MainWindow::set_always_on_top(bool on_top) {
   if (handle() == nullptr) return;
   SetWindowPos(handle(), on_top ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0,
                SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+}
+
+Size Win32MainWindow::client_size() const {
+  return IsIconic(handle()) ? Size{} : hvt::client_size(handle());
 }
 
 Size Win32MainWindow::largest_client_size() const {

@@ -189,7 +189,7 @@ Win32MainWindow::Answer Win32MainWindow::on_erase(const Message& message) {
 
 Win32MainWindow::Answer Win32MainWindow::on_size(const Message& message) {
   popup_.close();
-  if (live_ && message.first != SIZE_MINIMIZED) events_.resized(client_size(handle()));
+  if (live_ && message.first != SIZE_MINIMIZED) events_.resized(client_size());
   return 0;
 }
 

@@ -15,6 +15,8 @@
 
 #include <array>
 #include <climits>
+#include <stdexcept>
+#include <utility>
 
 #include "base/posix/unique_fd.h"
 #include "base/text.h"
@@ -33,6 +35,13 @@ SerialSettings settings_for(const std::wstring& port) {
   SerialSettings settings;
   settings.port = port;
   return settings;
+}
+
+std::shared_ptr<SerialTransport> opened(const Pty& pty) {
+  std::wstring error;
+  auto transport = open_posix_port(settings_for(pty.port()), error);
+  if (!transport) throw std::runtime_error(utf16_to_utf8(error));
+  return transport;
 }
 
 std::string failure_of(const SerialSettings& settings) {
@@ -70,9 +79,7 @@ TEST(OpenPort, LeavesNothingOnThatChangesOrHoldsBackBytes) {
   line.c_cc[VMIN] = 0;
   line.c_cc[VTIME] = 7;
   ASSERT_EQ(::ioctl(pty.master(), TCSETS2, &line), 0);
-  std::wstring error;
-  const auto transport = open_posix_port(settings_for(pty.port()), error);
-  ASSERT_NE(transport, nullptr) << utf16_to_utf8(error);
+  const auto transport = opened(pty);
   line = line_of(pty);
   EXPECT_EQ(line.c_iflag, 0U);
   EXPECT_EQ(line.c_oflag, 0U);
@@ -85,11 +92,10 @@ TEST(OpenPort, LeavesNothingOnThatChangesOrHoldsBackBytes) {
 TEST(OpenPort, TheNewConnectionSeesNothingFromBeforeIt) {
   Pty pty;
   pty.send(Bytes(300, 0xEE));
-  std::wstring error;
-  const auto transport = open_posix_port(settings_for(pty.port()), error);
-  ASSERT_NE(transport, nullptr);
+  const auto transport = opened(pty);
   pty.send(Bytes{1, 2, 3});
   Bytes buffer;
+  std::wstring error;
   const TimeLimit limit("what the device sent", [&transport] { transport->cancel(); });
   while (buffer.empty() && !limit.expired())
     ASSERT_TRUE(transport->read(buffer, error));
@@ -99,9 +105,7 @@ TEST(OpenPort, TheNewConnectionSeesNothingFromBeforeIt) {
 TEST(OpenPort, APortInUseIsBusyUntilItsUserLetsGo) {
   Pty pty;
   const std::string busy = pty.path() + " is in use by another program.";
-  std::wstring error;
-  auto first = open_posix_port(settings_for(pty.port()), error);
-  ASSERT_NE(first, nullptr);
+  auto first = opened(pty);
   EXPECT_EQ(failure_of(settings_for(pty.port())), busy);
   first.reset();
   EXPECT_EQ(failure_of(settings_for(pty.port())), "opened");
@@ -128,9 +132,8 @@ TEST(OpenPort, ARefusedOpenOfAPseudoTerminalLeavesItFreeForEveryUser) {
 TEST(TtyTransport, WhatWasWrittenReachesTheDeviceAlthoughThePortIsClosedAtOnce) {
   Pty pty;
   const Bytes packet(8000, 0x55);
+  auto transport = opened(pty);
   std::wstring error;
-  auto transport = open_posix_port(settings_for(pty.port()), error);
-  ASSERT_NE(transport, nullptr);
   ASSERT_TRUE(transport->write(packet, error));
   transport.reset();
   EXPECT_EQ(pty.receive(packet.size()), packet);
@@ -229,11 +232,16 @@ TEST(OpenPort, APseudoTerminalRaisesNoFalseAlarmForAFrameItDoesNotKeep) {
 }
 
 // A pseudo-terminal drops what was on its way when it is unplugged; a socket keeps it, as some drivers do.
-TEST(TtyTransport, DeliversWhatCameBeforeTheEndAndThenTheEndForGood) {
+std::pair<UniqueFd, UniqueFd> socket_line() {
   std::array<int, 2> ends{};
-  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0);
-  UniqueFd device(ends[1]);
-  TtyTransport transport{UniqueFd(ends[0])};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()) != 0)
+    throw std::runtime_error("no sockets");
+  return {UniqueFd(ends[1]), UniqueFd(ends[0])};
+}
+
+TEST(TtyTransport, DeliversWhatCameBeforeTheEndAndThenTheEndForGood) {
+  auto [device, port] = socket_line();
+  TtyTransport transport{std::move(port)};
   const Bytes last(5000, 0x5A);
   ASSERT_EQ(::write(device.get(), last.data(), last.size()), static_cast<ssize_t>(last.size()));
   device.reset();
@@ -249,10 +257,8 @@ TEST(TtyTransport, DeliversWhatCameBeforeTheEndAndThenTheEndForGood) {
 }
 
 TEST(TtyTransport, OneReadTakesMuchOfABurstAndNeverMoreThanItsLimit) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0);
-  const UniqueFd device(ends[1]);
-  TtyTransport transport{UniqueFd(ends[0])};
+  auto [device, port] = socket_line();
+  TtyTransport transport{std::move(port)};
   const Bytes burst(kReadBufferBytes + 10'000, 0x11);
   ASSERT_EQ(::write(device.get(), burst.data(), burst.size()), static_cast<ssize_t>(burst.size()));
   Bytes buffer;

@@ -97,37 +97,29 @@ TEST(PosixDataFile, the_mode_is_that_of_the_old_file_or_of_a_new_one) {
   ::umask(old_mask);
 }
 
+// A group that cannot be kept must not lend its rights to another one.
 TEST(PosixDataFile, owner_and_group_are_kept_where_that_is_allowed) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
-  const Folder folder;
-  const auto path = folder.path() / "file";
-  test::write_file(path, "old");
-  ASSERT_EQ(::chown(path.c_str(), 12345, 54321), 0);
-  write_data_file_atomically(path, "new");
-  struct stat facts {};
-  ASSERT_EQ(::stat(path.c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_uid, uid_t{12345});
-  EXPECT_EQ(facts.st_gid, gid_t{54321});
-}
-
-TEST(PosixDataFile, a_group_that_cannot_be_kept_does_not_lend_its_rights) {
-  if (::geteuid() != 0) GTEST_SKIP() << "a file of another user's is needed";
-  const Folder folder;
-  const auto path = folder.path() / "file";
-  test::write_file(path, "old");
-  ASSERT_EQ(::chown(path.c_str(), 12345, 54321), 0);
-  ASSERT_EQ(::chmod(path.c_str(), 0662), 0);
-  ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
-  const int status = in_child([&] {
-    if (::setresgid(65534, 65534, 65534) != 0 || ::setresuid(65534, 65534, 65534) != 0) return 2;
-    write_data_file_atomically(path, "new");
-    return 0;
-  });
-  ASSERT_EQ(status, 0);
-  struct stat facts {};
-  ASSERT_EQ(::stat(path.c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_uid, uid_t{65534});
-  EXPECT_EQ(facts.st_mode & 0777, mode_t{0622});
+  for (const bool allowed : {true, false}) {
+    const Folder folder;
+    const auto path = folder.path() / "file";
+    test::write_file(path, "old");
+    ASSERT_EQ(::chown(path.c_str(), 12345, 54321), 0);
+    ASSERT_EQ(::chmod(path.c_str(), 0662), 0);
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+    const int status = in_child([&] {
+      if (!allowed && (::setresgid(65534, 65534, 65534) != 0 || ::setresuid(65534, 65534, 65534) != 0))
+        return 2;
+      write_data_file_atomically(path, "new");
+      return 0;
+    });
+    ASSERT_EQ(status, 0);
+    struct stat facts {};
+    ASSERT_EQ(::stat(path.c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_uid, uid_t(allowed ? 12345 : 65534));
+    EXPECT_EQ(facts.st_gid, gid_t(allowed ? 54321 : 65534));
+    EXPECT_EQ(facts.st_mode & 0777, mode_t(allowed ? 0662 : 0622));
+  }
 }
 
 TEST(PosixDataFile, a_file_that_may_not_be_written_stays) {
