@@ -1,5 +1,6 @@
 #include "ui/win32/dialog_text.h"
 
+#include <cstddef>
 #include <string_view>
 
 #include "display/rtf.h"
@@ -21,7 +22,7 @@ void append_line(std::string& rtf, const DialogLine& line) {
     rtf += line.kind == DialogLine::Kind::heading ? kHeading : kText;
   }
   append_rtf(rtf, line.text);
-  rtf += code ? "\\highlight0\\par\n" : "\\par\n";
+  if (code) rtf += "\\highlight0 ";
 }
 
 }  // namespace
@@ -36,8 +37,10 @@ std::string dialog_rtf(std::span<const DialogLine> lines, const Look& look) {
   rtf += rtf_color(rgb(look.text_on(ground, ThemeColor::receive_text)));
   rtf += rtf_color(rgb(look[ThemeColor::disabled_field]));
   rtf += "}\n";
-  for (const DialogLine& line : lines)
-    append_line(rtf, line);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (i > 0) rtf += "\\par\n";
+    append_line(rtf, lines[i]);
+  }
   rtf += "}";
   return rtf;
 }

@@ -109,6 +109,8 @@ LRESULT CALLBACK field_procedure(HWND edit, UINT message, WPARAM first, LPARAM s
     case WM_NCCALCSIZE: shrink_to_text_line(edit, *reinterpret_cast<RECT*>(second)); return 0;
     case WM_NCPAINT: paint_surround(edit, *field); return 0;
     case WM_NCHITTEST: return HTCLIENT;
+    case WM_CONTEXTMENU:  // the system's menu has its own language and colours
+      return SendMessageW(GetParent(edit), message, reinterpret_cast<WPARAM>(edit), second);
     case WM_GETDLGCODE:
       if (is_enter(second)) return DLGC_WANTMESSAGE;
       break;
