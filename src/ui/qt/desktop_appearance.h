@@ -33,7 +33,7 @@ class DesktopAppearance final : public QObject {
 
   bool prefers_dark() const;
 
- private slots:
+ private Q_SLOTS:
   void setting_changed(const QString& group, const QString& key, const QDBusVariant& value);
 
  private:
