@@ -7,6 +7,8 @@
 
 #include "ui/qt/accessible_controls.h"
 #include "ui/qt/look.h"
+#include "ui/qt/qt_text.h"
+#include "ui/texts.h"
 
 namespace hvt {
 
@@ -47,7 +49,7 @@ bool Application::notify(QObject* receiver, QEvent* event) {
 }
 
 void show_fatal_error(const std::exception& error) {
-  QMessageBox::critical(nullptr, QStringLiteral("HalvetricSerialTest"), QString::fromUtf8(error.what()));
+  QMessageBox::critical(nullptr, to_qstring(kProductName), QString::fromUtf8(error.what()));
 }
 
 }  // namespace hvt

@@ -3,6 +3,7 @@
 
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPainter>
@@ -185,6 +186,8 @@ std::optional<std::filesystem::path> QtMainWindow::ask_file(const FileQuestion& 
     dialog.selectFile(to_qstring(question.proposed_name));
   }
   dialog.resize(kFileDialogSize);
+  for (QHeaderView* const header : dialog.findChildren<QHeaderView*>())
+    header->setStretchLastSection(true);  // the date is wide
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   return std::filesystem::path(dialog.selectedFiles().front().toStdString());
 }

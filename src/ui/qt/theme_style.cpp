@@ -100,7 +100,8 @@ int ThemeStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWid
                           QStyleHintReturn* returned) const {
   switch (hint) {
     case SH_ComboBox_Popup: return 0;  // opens below the box
-    case SH_EtchDisabledText: return 0;
+    case SH_EtchDisabledText:
+    case SH_DialogButtonBox_ButtonsHaveIcons: return 0;
     case SH_Table_GridLineColor: return static_cast<int>(colors_.hairline.rgba());
     default: return QProxyStyle::styleHint(hint, option, widget, returned);
   }

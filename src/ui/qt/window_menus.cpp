@@ -15,17 +15,17 @@ WindowMenus::WindowMenus(QWidget& window, std::function<void(MenuItem)> chosen)
 
 void WindowMenus::add_button(ControlId id, BarButton& button) {
   Menu& menu = menus_.at(count_++);
-  menu = {&button, new QMenu(&button)};
-  create_entries(menu, id);
+  menu = {id, &button, new QMenu(&button)};
+  create_entries(menu);
   button.installEventFilter(this);
   menu.menu->installEventFilter(this);
   connect(menu.menu, &QMenu::aboutToHide, this, [this, &menu] { closed(menu); });
 }
 
-void WindowMenus::create_entries(Menu& menu, ControlId id) {
+void WindowMenus::create_entries(Menu& menu) {
   auto* const group = new QActionGroup(menu.menu);
   for (const MenuRow& row : kMenuItems) {
-    if (row.menu != id) continue;
+    if (row.menu != menu.id) continue;
     QAction* const action = menu.menu->addAction(QString());
     actions_[index_of(row.item)] = action;
     if (row.exclusive) {
@@ -47,9 +47,7 @@ void WindowMenus::set_states(const MenuStates& states) {
 
 void WindowMenus::open(ControlId id) {
   for (std::size_t i = 0; i < count_; ++i) {
-    if (menus_[i].button->objectName() ==
-        QLatin1StringView(control(id).name.data(), static_cast<qsizetype>(control(id).name.size())))
-      show_menu(menus_[i], Mark::first);
+    if (menus_[i].id == id) show_menu(menus_[i], Mark::first);
   }
 }
 

@@ -41,12 +41,13 @@ class WindowMenus final : public QObject {
 
  private:
   struct Menu {
+    ControlId id = ControlId::menu_language;
     BarButton* button = nullptr;
     QMenu* menu = nullptr;
   };
   enum class Mark { none, first };
 
-  void create_entries(Menu& menu, ControlId id);
+  void create_entries(Menu& menu);
   void show_menu(Menu& menu, Mark mark);
   void closed(Menu& menu);
   void leave();
