@@ -139,6 +139,7 @@ class Win32MainWindow final : public MainWindow {
   void set_description(ControlId id, const ControlState& state);
   void leave_if_focused(HWND control);
   HWND first_focus() const;
+  void press_focused_button();
   bool take_access_key(const MSG& message);
   bool is_dialog(HWND window) const;
   void style_native_parts();

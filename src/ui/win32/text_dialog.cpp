@@ -159,9 +159,14 @@ void TextDialog::arrange() {
   }
 }
 
+// Enter anywhere but on the link closes.
 void TextDialog::on_command(int id) {
-  if (id == IDCANCEL) close();
-  if (id == kLinkId) link_();
+  const bool link = id == kLinkId || (id == IDOK && GetFocus() == link_button_);
+  if (link) {
+    link_();
+  } else if (id == IDOK || id == IDCANCEL) {
+    close();
+  }
 }
 
 LRESULT CALLBACK TextDialog::procedure(HWND window, UINT message, WPARAM first, LPARAM second) {
