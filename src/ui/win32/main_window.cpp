@@ -143,9 +143,7 @@ void Win32MainWindow::apply_one(const ControlChange& change) {
   const ControlState& state = change.state;
   if (kind != ControlKind::counter) controls_.set_caption(change.id, state.caption);  // it has set_counter()
   set_description(change.id, state);
-  const LRESULT mark = state.checked ? BST_CHECKED : BST_UNCHECKED;
-  if (has_mark(kind) && SendMessageW(target, BM_GETCHECK, 0, 0) != mark)
-    SendMessageW(target, BM_SETCHECK, static_cast<WPARAM>(mark), 0);
+  if (has_mark(kind)) SendMessageW(target, BM_SETCHECK, state.checked ? BST_CHECKED : BST_UNCHECKED, 0);
   if (!state.enabled || !state.visible) leave_if_focused(target);
   EnableWindow(target, state.enabled);
   ShowWindow(target, state.visible ? SW_SHOWNA : SW_HIDE);

@@ -110,6 +110,7 @@ class Win32MainWindow final : public MainWindow {
   Answer route(const Message& message);
 
   Answer on_command(const Message& message);
+  Answer on_default_button(const Message& message);
   Answer on_notify(const Message& message);
   Answer on_control_colors(const Message& message);
   Answer on_draw_item(const Message& message);

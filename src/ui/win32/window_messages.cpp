@@ -55,6 +55,7 @@ const Win32MainWindow::Route Win32MainWindow::kRoutes[] = {
     {WM_SIZING, &Win32MainWindow::on_sizing},
     {WM_GETMINMAXINFO, &Win32MainWindow::on_limits},
     {WM_DPICHANGED, &Win32MainWindow::on_dpi_changed},
+    {DM_GETDEFID, &Win32MainWindow::on_default_button},
     {WM_CONTEXTMENU, &Win32MainWindow::on_context_menu},
     {WM_SYSCOMMAND, &Win32MainWindow::on_system_command},
     {WM_SETTINGCHANGE, &Win32MainWindow::on_setting_change},
@@ -157,7 +158,11 @@ Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
   return 0;
 }
 
-// Enter, which no field took.
+// Enter, which no field took, comes back as this command.
+Win32MainWindow::Answer Win32MainWindow::on_default_button(const Message&) {
+  return MAKELRESULT(IDOK, DC_HASDEFID);
+}
+
 void Win32MainWindow::press_focused_button() {
   const HWND focus = GetFocus();
   const auto id = control_of(GetDlgCtrlID(focus));
