@@ -110,6 +110,7 @@ class Win32MainWindow final : public MainWindow {
   Answer route(const Message& message);
 
   Answer on_command(const Message& message);
+  Answer on_default_button(const Message& message);
   Answer on_notify(const Message& message);
   Answer on_control_colors(const Message& message);
   Answer on_draw_item(const Message& message);
@@ -139,6 +140,7 @@ class Win32MainWindow final : public MainWindow {
   void set_description(ControlId id, const ControlState& state);
   void leave_if_focused(HWND control);
   HWND first_focus() const;
+  void press_focused_button();
   bool take_access_key(const MSG& message);
   bool is_dialog(HWND window) const;
   void style_native_parts();

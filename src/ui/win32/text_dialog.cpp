@@ -159,9 +159,14 @@ void TextDialog::arrange() {
   }
 }
 
+// Enter anywhere but on the link closes.
 void TextDialog::on_command(int id) {
-  if (id == IDCANCEL) close();
-  if (id == kLinkId) link_();
+  const bool link = id == kLinkId || (id == IDOK && GetFocus() == link_button_);
+  if (link) {
+    link_();
+  } else if (id == IDOK || id == IDCANCEL) {
+    close();
+  }
 }
 
 LRESULT CALLBACK TextDialog::procedure(HWND window, UINT message, WPARAM first, LPARAM second) {
@@ -179,6 +184,7 @@ LRESULT CALLBACK TextDialog::procedure(HWND window, UINT message, WPARAM first, 
 LRESULT TextDialog::on_message(HWND window, UINT message, WPARAM first, LPARAM second) {
   switch (message) {
     case WM_COMMAND: on_command(LOWORD(first)); return 0;
+    case DM_GETDEFID: return MAKELRESULT(IDOK, DC_HASDEFID);
     case WM_CLOSE: close(); return 0;
     case WM_SIZE:
       if (close_button_ != nullptr) arrange();

@@ -55,6 +55,7 @@ const Win32MainWindow::Route Win32MainWindow::kRoutes[] = {
     {WM_SIZING, &Win32MainWindow::on_sizing},
     {WM_GETMINMAXINFO, &Win32MainWindow::on_limits},
     {WM_DPICHANGED, &Win32MainWindow::on_dpi_changed},
+    {DM_GETDEFID, &Win32MainWindow::on_default_button},
     {WM_CONTEXTMENU, &Win32MainWindow::on_context_menu},
     {WM_SYSCOMMAND, &Win32MainWindow::on_system_command},
     {WM_SETTINGCHANGE, &Win32MainWindow::on_setting_change},
@@ -144,6 +145,7 @@ bool Win32MainWindow::is_dialog(HWND window) const {
 
 Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
   const auto id = control_of(LOWORD(message.first));
+  if (LOWORD(message.first) == IDOK) press_focused_button();
   if (!id || message.second == 0 || !live_ || own_changes_ > 0) return 0;
   const ControlKind kind = control(*id).kind;
   if (kind == ControlKind::choice && HIWORD(message.first) == CBN_DROPDOWN) tips_.set_shown(false);
@@ -154,6 +156,19 @@ Win32MainWindow::Answer Win32MainWindow::on_command(const Message& message) {
     if (row.kind == kind && row.code == HIWORD(message.first)) (events_.*row.event)(*id);
   }
   return 0;
+}
+
+// Enter, which no field took, comes back as this command.
+Win32MainWindow::Answer Win32MainWindow::on_default_button(const Message&) {
+  return MAKELRESULT(IDOK, DC_HASDEFID);
+}
+
+void Win32MainWindow::press_focused_button() {
+  const HWND focus = GetFocus();
+  const auto id = control_of(GetDlgCtrlID(focus));
+  if (!id || GetParent(focus) != handle()) return;
+  const ControlKind kind = control(*id).kind;
+  if (is_push(kind) && !has_mark(kind)) SendMessageW(focus, BM_CLICK, 0, 0);
 }
 
 Win32MainWindow::Answer Win32MainWindow::on_notify(const Message& message) {

@@ -32,7 +32,7 @@ DialogContent content(const std::wstring& link) {
 TEST(Win32Dialogs, ADialogShowsItsTextBesideTheWindowUntilItIsClosed) {
   Face face;
   face.window.show();
-  for (const char* const way : {"Escape", "button", "frame"}) {
+  for (const char* const way : {"Escape", "Return", "button", "frame"}) {
     SCOPED_TRACE(way);
     face.window.show_dialog(DialogId::usage, content(L"Download"));
     face.pump();
@@ -51,6 +51,10 @@ TEST(Win32Dialogs, ADialogShowsItsTextBesideTheWindowUntilItIsClosed) {
     face.pump();
     EXPECT_EQ(face.events.take(), Log{"link 0"});
     if (way[0] == 'E') face.press(VK_ESCAPE);
+    if (way[0] == 'R') {
+      SetFocus(part(L"RICHEDIT50W"));
+      face.press(VK_RETURN);
+    }
     if (way[0] == 'b') SendMessageW(part(L"BUTTON", L"Close"), BM_CLICK, 0, 0);
     if (way[0] == 'f') SendMessageW(dialog(), WM_CLOSE, 0, 0);
     EXPECT_FALSE(face.window.dialog_open(DialogId::usage));

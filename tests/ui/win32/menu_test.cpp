@@ -137,6 +137,14 @@ TEST_F(Win32Menus, AccessKeysPressButtonsAndLeadToFields) {
   }
 }
 
+TEST_F(Win32Menus, EnterPressesTheButtonWithTheKeyboard) {
+  for (const ControlId id : {ControlId::clear, ControlId::always_on_top, ControlId::send_4}) {
+    SetFocus(face_.native(id));
+    face_.press(VK_RETURN);
+    EXPECT_EQ(face_.events.take(), Log{"command " + std::string{control(id).name}});
+  }
+}
+
 TEST(Win32FirstFocus, ThePortOrTheNextUsableControlHasTheKeyboard) {
   for (const bool has_ports : {true, false}) {
     Face face;
