@@ -171,6 +171,22 @@ if [ -z "$windows" ]; then   # a device that comes back has another pseudo-termi
   shot 10-replugged 1
 fi
 
+# The same in the dark and in Korean, and the help.
+choose() {  # MENU_KEY ENTRIES_DOWN: the first one is under the keyboard when a menu opens by it
+  xdotool key --delay 60 "alt+$1"
+  sleep 0.3
+  for _ in $(seq "$2"); do xdotool key --delay 60 Down; done
+  xdotool key Return
+  sleep 0.5
+}
+xdotool windowfocus "$window" 2>/dev/null || true
+choose t 1
+choose l 1
+shot 11-dark-korean 1
+choose h 0
+shot_screen 12-usage 1
+xdotool key Escape
+
 # The recording, made whole again from its parts.
 cp -r "$runtime/program/recording" "$out/recording"
 recovered=yes
