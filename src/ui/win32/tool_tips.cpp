@@ -3,11 +3,13 @@
 #include "ui/win32/desktop.h"
 #include "ui/win32/fonts.h"
 #include "ui/win32/native_controls.h"
+#include "ui/win32/painted.h"
 
 namespace hvt {
 namespace {
 
 constexpr int kWidestLine = 600;      // logical pixels; longer texts take several lines
+constexpr int kPadding = 5;           // logical pixels beside the text, half of it above and below
 constexpr int kReadingTime = 30'000;  // milliseconds until the tip goes by itself
 
 bool fits(HWND status, const std::wstring& text) {
@@ -50,6 +52,9 @@ void ToolTips::set_look(const Look& look) {
   const COLORREF ground = look[ThemeColor::field];
   SendMessageW(tip_, TTM_SETTIPBKCOLOR, ground, 0);
   SendMessageW(tip_, TTM_SETTIPTEXTCOLOR, look.text_on(ground), 0);
+  const int padding = scaled(status_, kPadding);
+  RECT margin{padding, padding / 2, padding, padding / 2};
+  SendMessageW(tip_, TTM_SETMARGIN, 0, reinterpret_cast<LPARAM>(&margin));
 }
 
 void ToolTips::set_shown(bool shown) {

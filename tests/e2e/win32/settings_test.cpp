@@ -91,7 +91,7 @@ TEST(Win32Settings, EveryControlIsAsItWasLeft) {
       if (row.kind == ControlKind::number_edit || row.kind == ControlKind::packet_edit)
         session.type(row.id, L"7" + std::to_wstring(index_of(row.id)));
     }
-    session.move(30, 20, 820, 760);
+    session.move(30, 20, 820, 900);
     place = session.place();
     for (const ControlRow& row : kControls)
       left[row.id] = session.seen(row);

@@ -5,31 +5,12 @@
 
 #include <commctrl.h>
 #include <gtest/gtest.h>
-#include <oleacc.h>
 
-#include "base/win32/wine.h"
+#include "annotation_double.h"
 #include "face_rig.h"
 
 namespace hvt::test {
 namespace {
-
-// What screen readers are told.
-std::wstring accessible_text(HWND control, bool description) {
-  static const auto object_from_window = reinterpret_cast<decltype(&AccessibleObjectFromWindow)>(
-      reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"oleacc.dll"), "AccessibleObjectFromWindow")));
-  void* raw = nullptr;
-  if (FAILED(object_from_window(control, static_cast<DWORD>(OBJID_CLIENT), IID_IAccessible, &raw)))
-    return L"(no accessible object)";
-  const ComPointer<IAccessible> object{static_cast<IAccessible*>(raw)};
-  VARIANT self{};
-  self.vt = VT_I4;
-  self.lVal = CHILDID_SELF;
-  BSTR text = nullptr;
-  description ? object->get_accDescription(self, &text) : object->get_accName(self, &text);
-  const std::wstring result{text == nullptr ? L"" : text};
-  SysFreeString(text);
-  return result;
-}
 
 std::wstring tip_of(const Face& face, HWND control) {
   HWND tips = nullptr;
@@ -46,7 +27,8 @@ std::wstring tip_of(const Face& face, HWND control) {
   return text;
 }
 
-void expect_state(const Face& face, const ControlRow& row, const ControlState& expected) {
+void expect_state(const Face& face, const AnnotationDouble& seen, const ControlRow& row,
+                  const ControlState& expected) {
   const HWND native = face.native(row.id);
   EXPECT_EQ(IsWindowVisible(native) != FALSE, expected.visible);
   EXPECT_EQ(IsWindowEnabled(native) != FALSE, expected.enabled);
@@ -59,10 +41,11 @@ void expect_state(const Face& face, const ControlRow& row, const ControlState& e
   if (row.kind != ControlKind::status) {
     EXPECT_EQ(tip_of(face, native), expected.tip);
   }
-  // Wine's accessibility knows no annotations.
-  if (!expected.name.empty() && !runs_on_wine()) {
-    EXPECT_EQ(accessible_text(native, false), expected.name);
-    EXPECT_EQ(accessible_text(native, true), expected.tip);
+  if (!expected.name.empty()) {
+    EXPECT_EQ(seen.names.at(native), expected.name);
+  }
+  if (!expected.tip.empty()) {
+    EXPECT_EQ(seen.descriptions.at(native), expected.tip);
   }
 }
 
@@ -80,15 +63,21 @@ TEST(Win32Conformance, EveryControlShowsWhatTheRulesSay) {
        .paused = true},
       {.record = RecordState::running},
   };
+  const ComApartment apartment;
+  AnnotationsSeen seen;
   Face face;
   for (std::size_t i = 0; i < std::size(facts); ++i) {
     face.show_facts(facts[i], {800, 940});
     const ControlStates expected = rules(facts[i]);
     for (const ControlRow& row : kControls) {
       SCOPED_TRACE(std::string{row.name} + ", facts " + std::to_string(i));
-      expect_state(face, row, expected[index_of(row.id)]);
+      expect_state(face, seen.annotations, row, expected[index_of(row.id)]);
     }
   }
+  SendMessageW(face.window.handle(), WM_CLOSE, 0, 0);
+  EXPECT_TRUE(seen.annotations.names.empty()) << "names go with the window";
+  MSG message{};
+  PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE);
 }
 
 // The placement is that of the layout; what the layout gives, the captions fit into.
