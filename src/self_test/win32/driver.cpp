@@ -105,13 +105,27 @@ std::vector<HWND> visible_children(HWND parent, const wchar_t* window_class) {
   return all.windows;
 }
 
+std::wstring rich_text(HWND view) {
+  GETTEXTLENGTHEX question{GTL_PRECISE | GTL_NUMCHARS, 1200};
+  const LRESULT length = ask(view, EM_GETTEXTLENGTHEX, reinterpret_cast<WPARAM>(&question));
+  std::wstring text(static_cast<std::size_t>(std::max<LRESULT>(0, length)) + 1, L'\0');
+  GETTEXTEX wanted{};
+  wanted.cb = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+  wanted.codepage = 1200;
+  const LRESULT copied =
+      ask(view, EM_GETTEXTEX, reinterpret_cast<WPARAM>(&wanted), reinterpret_cast<LPARAM>(text.data()));
+  text.resize(static_cast<std::size_t>(std::max<LRESULT>(0, copied)));
+  std::ranges::replace(text, L'\r', L'\n');
+  return text;
+}
+
 // The words of a box: those of its labels, or of the text it shows at length.
 std::wstring words_of(HWND box) {
-  const bool own = class_of(box) == kOwnDialog;
+  constexpr int kText = 100;
+  if (class_of(box) == kOwnDialog) return rich_text(GetDlgItem(box, kText));
   std::wstring words;
-  for (const HWND part : visible_children(box, own ? MSFTEDIT_CLASS : WC_STATICW))
+  for (const HWND part : visible_children(box, WC_STATICW))
     words += text_of(part);
-  std::erase(words, L'\r');
   return words;
 }
 
@@ -245,20 +259,7 @@ class Win32Driver final : public Driver {
     return std::ranges::any_of(all.windows,
                                [](HWND other) { return IsWindowVisible(other) && class_of(other) == kMenu; });
   }
-  std::wstring received() override {
-    const HWND view = control_window(ControlId::receive_view);
-    GETTEXTLENGTHEX question{GTL_PRECISE | GTL_NUMCHARS, 1200};
-    const LRESULT length = ask(view, EM_GETTEXTLENGTHEX, reinterpret_cast<WPARAM>(&question));
-    std::wstring text(static_cast<std::size_t>(std::max<LRESULT>(0, length)) + 1, L'\0');
-    GETTEXTEX wanted{};
-    wanted.cb = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-    wanted.codepage = 1200;
-    const LRESULT copied =
-        ask(view, EM_GETTEXTEX, reinterpret_cast<WPARAM>(&wanted), reinterpret_cast<LPARAM>(text.data()));
-    text.resize(static_cast<std::size_t>(std::max<LRESULT>(0, copied)));
-    std::ranges::replace(text, L'\r', L'\n');
-    return text;
-  }
+  std::wstring received() override { return rich_text(control_window(ControlId::receive_view)); }
   std::size_t first_visible_line() override {
     return static_cast<std::size_t>(ask(control_window(ControlId::receive_view), EM_GETFIRSTVISIBLELINE));
   }
