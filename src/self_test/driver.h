@@ -76,6 +76,7 @@ class Driver {
   virtual std::wstring title() = 0;
   virtual bool has_keyboard(ControlId id) = 0;
   virtual bool list_is_open(ControlId id) = 0;
+  virtual bool menu_is_open() = 0;
   virtual std::wstring received() = 0;  // all of the receive view; lines end with "\n"
   virtual std::size_t first_visible_line() = 0;
   virtual std::optional<Box> box() = 0;
@@ -83,8 +84,7 @@ class Driver {
   virtual void take_picture(const std::filesystem::path& file) = 0;
 };
 
-// Defined by the face that is linked. Before the first window: goes to a desktop or display where no person
-// is disturbed, if the system has such a thing.
+// Defined by the face that is linked.
 std::unique_ptr<Driver> create_driver();
 
 }  // namespace hvt::self_test

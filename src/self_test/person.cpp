@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "ui/controls.h"
+#include "ui/menus.h"
 
 namespace hvt::self_test {
 namespace {
@@ -125,6 +126,17 @@ void Person::choose(ControlId id, std::wstring_view entry) {
   throw Mismatch{{L"entry of " + name_of(id), std::wstring(entry), driver_.look(id).text}};
 }
 
+void Person::choose_menu(MenuItem item) {
+  const ControlId menu = kMenuItems[index_of(item)].menu;
+  click(menu);
+  sees_true(L"the menu is open", [&] { return driver_.menu_is_open(); });
+  for (std::size_t i = 0; i <= index_of(item); ++i) {
+    if (kMenuItems[i].menu == menu) driver_.press(Key::down);
+  }
+  driver_.press(Key::enter);
+  sees_true(L"the menu is closed", [&] { return !driver_.menu_is_open(); });
+}
+
 void Person::set_checked(ControlId id, bool checked) {
   if (driver_.look(id).checked == checked) return;
   click(id);
@@ -147,6 +159,14 @@ void Person::answer_notice(std::wstring_view text) {
   sees(
       L"notice", [&] { return front_box().text; }, text);
   answer_box(true);
+}
+
+void Person::sees_box(std::wstring_view title, std::wstring_view words) {
+  sees(
+      L"title of the box", [&] { return front_box().title; }, title);
+  sees_true(std::wstring(words) + L" is in the box",
+            [&] { return front_box().text.find(words) != std::wstring::npos; });
+  answer_box(false);
 }
 
 void Person::answer_file_dialog(std::wstring_view title, std::wstring_view name) {

@@ -58,10 +58,13 @@ class Person {
   // The field holds this text afterwards, typed in place of what it held.
   void fill(ControlId id, std::wstring_view text);
   void choose(ControlId id, std::wstring_view entry);
+  void choose_menu(MenuItem item);
   void set_checked(ControlId id, bool checked);
   void connect();
   void disconnect();
   void answer_notice(std::wstring_view text);
+  // A box with these words somewhere in it; it is closed afterwards.
+  void sees_box(std::wstring_view title, std::wstring_view words);
   void answer_file_dialog(std::wstring_view title, std::wstring_view name);
   void cancel_file_dialog(std::wstring_view title);
 

@@ -43,6 +43,7 @@ void shows_every_format(Person& person) {
     person.set_checked(Id::line_break, format.line_break);
     if (!format.hex) person.set_checked(Id::hide_crlf, format.hide);
     person.click(Id::clear);
+    person.settle();
     person.sees_received(L"");
     person.device().say(std::string("A\r\nB\0\x7F\xFF", 7));
     person.sees_received(format.expected);

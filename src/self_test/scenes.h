@@ -24,6 +24,7 @@ std::span<const Scene> recording_scenes();
 std::span<const Scene> file_scenes();
 std::span<const Scene> message_scenes();
 std::span<const Scene> window_scenes();
+std::span<const Scene> menu_scenes();
 std::span<const Scene> closing_scenes();
 
 std::vector<Scene> all_scenes();

@@ -39,11 +39,22 @@ class Script {
       : folder_(std::move(folder)), stage_(stage), driver_(driver), bay_(bay) {}
 
   void run() {
-    for (const Scene& scene : all_scenes())
-      add(play(scene));
+    bool goes_on = true;
+    for (const Scene& scene : all_scenes()) {
+      if (goes_on) add(play(scene));
+      goes_on = goes_on && !stage_.is_open();  // nothing can follow a window that does not close
+    }
+    if (!goes_on) end_without_window();
     const std::lock_guard lock(mutex_);
     results_.complete = true;
     finish();
+  }
+
+  // The interface thread cannot be ended.
+  [[noreturn]] void end_without_window() {
+    const std::lock_guard lock(mutex_);
+    finish();
+    std::_Exit(EXIT_FAILURE);
   }
 
   // Waits for the end of run(); without one in time, ends the process.

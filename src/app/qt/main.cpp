@@ -1,3 +1,4 @@
+#include <QTemporaryFile>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,14 +12,23 @@
 
 namespace {
 
+constexpr char kScreen[] =
+    R"({"screens": [{"name": "self-test", "x": 0, "y": 0, "width": 1600, "height": 1200,)"
+    R"( "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
+
 class QtFace final : public hvt::Face {
  public:
   // The toolkit removes from the arguments what is meant for it.
   QtFace(int& argument_count, char** arguments) : argument_count_(argument_count), arguments_(arguments) {}
 
   void prepare(hvt::RunMode mode) override {
-    if (mode == hvt::RunMode::self_test && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-      qputenv("QT_QPA_PLATFORM", "offscreen");
+    // The display without a screen has room for 800 by 800 only, unless a file tells it otherwise.
+    QTemporaryFile screen;
+    if (mode == hvt::RunMode::self_test && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && screen.open()) {
+      screen.write(kScreen);
+      screen.close();
+      qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screen.fileName().toUtf8());
+    }
     application_.emplace(argument_count_, arguments_);
   }
   std::unique_ptr<hvt::MainWindow> create_window(hvt::WindowEvents& events,

@@ -9,13 +9,17 @@
 #include "self_test/self_test.h"
 #include "ui/main_window.h"
 #include "ui/win32/application.h"
+#include "ui/win32/private_desktop.h"
 #include "update/fetch.h"
 
 namespace {
 
 class Win32Face final : public hvt::Face {
  public:
-  void prepare(hvt::RunMode) override { libraries_.emplace(); }
+  void prepare(hvt::RunMode mode) override {
+    if (mode == hvt::RunMode::self_test) desktop_.emplace().enter();
+    libraries_.emplace();
+  }
   std::unique_ptr<hvt::MainWindow> create_window(hvt::WindowEvents& events,
                                                  const hvt::StartupMark& mark) override {
     return hvt::create_main_window(events, mark);
@@ -24,6 +28,7 @@ class Win32Face final : public hvt::Face {
   void show_fatal_error(const std::exception& error) override { hvt::show_fatal_error(error); }
 
  private:
+  std::optional<hvt::PrivateDesktop> desktop_;
   std::optional<hvt::InterfaceLibraries> libraries_;
 };
 

@@ -6,11 +6,13 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
 #include <QScrollBar>
+#include <QTextEdit>
 #include <QWindow>
 #include <algorithm>
 #include <array>
@@ -93,6 +95,16 @@ std::wstring text_of(const QWidget& widget) {
   return {};
 }
 
+// The box in front: one that the window waits for, or else one that stands beside it.
+QDialog* front_dialog() {
+  if (auto* const modal = qobject_cast<QDialog*>(QApplication::activeModalWidget())) return modal;
+  for (QWidget* const other : QApplication::topLevelWidgets()) {
+    auto* const dialog = qobject_cast<QDialog*>(other);
+    if (dialog != nullptr && dialog->isVisible()) return dialog;
+  }
+  return nullptr;
+}
+
 QLineEdit& file_name_field(QFileDialog& dialog) {
   auto* const field = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
   if (field == nullptr) throw Unreachable("The file dialog has no field for a name.");
@@ -101,6 +113,7 @@ QLineEdit& file_name_field(QFileDialog& dialog) {
 
 QString notice_text(const QWidget& box) {
   if (const auto* message = qobject_cast<const QMessageBox*>(&box)) return message->text();
+  if (const auto* text = box.findChild<QTextEdit*>()) return text->toPlainText();
   QStringList texts;
   for (const QLabel* label : box.findChildren<QLabel*>())
     texts << label->text();
@@ -170,7 +183,7 @@ class QtDriver final : public Driver {
   }
   void answer_box(bool accept) override {
     post([accept](QtMainWindow& window) {
-      auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      QDialog* const dialog = front_dialog();
       if (dialog == nullptr) return;
       if (qobject_cast<QFileDialog*>(dialog) != nullptr && accept)
         return send_key(window, Qt::Key_Return, {});
@@ -224,6 +237,10 @@ class QtDriver final : public Driver {
       return dynamic_cast<QComboBox&>(find(window, id)).view()->isVisible();
     });
   }
+  bool menu_is_open() override {
+    return ask<bool>(
+        [](QtMainWindow&) { return qobject_cast<QMenu*>(QApplication::activePopupWidget()) != nullptr; });
+  }
   std::wstring received() override {
     return ask<std::wstring>([](QtMainWindow& window) { return view_of(window).held_text(); });
   }
@@ -234,7 +251,7 @@ class QtDriver final : public Driver {
   }
   std::optional<Box> box() override {
     return ask<std::optional<Box>>([](QtMainWindow&) -> std::optional<Box> {
-      QWidget* const modal = QApplication::activeModalWidget();
+      QDialog* const modal = front_dialog();
       if (modal == nullptr) return std::nullopt;
       const std::wstring title = from_qstring(modal->windowTitle());
       if (auto* const dialog = qobject_cast<QFileDialog*>(modal))

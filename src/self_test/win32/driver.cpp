@@ -10,7 +10,6 @@
 #include <iterator>
 #include <utility>
 
-#include "self_test/win32/desktop.h"
 #include "self_test/win32/picture.h"
 #include "ui/win32/main_window.h"
 #include "ui/win32/native_controls.h"
@@ -86,6 +85,10 @@ POINT middle_of(HWND window) {
   return {client.right / 2, client.bottom / 2};
 }
 
+constexpr const wchar_t* kSystemDialog = L"#32770";
+constexpr const wchar_t* kOwnDialog = L"HalvetricSerialTest.Dialog";
+constexpr const wchar_t* kMenu = L"HalvetricSerialTest.Menu";
+
 struct Children {
   std::vector<HWND> windows;
   static BOOL CALLBACK add(HWND window, LPARAM self) {
@@ -100,6 +103,30 @@ std::vector<HWND> visible_children(HWND parent, const wchar_t* window_class) {
   std::erase_if(all.windows,
                 [&](HWND window) { return !IsWindowVisible(window) || class_of(window) != window_class; });
   return all.windows;
+}
+
+std::wstring rich_text(HWND view) {
+  GETTEXTLENGTHEX question{GTL_PRECISE | GTL_NUMCHARS, 1200};
+  const LRESULT length = ask(view, EM_GETTEXTLENGTHEX, reinterpret_cast<WPARAM>(&question));
+  std::wstring text(static_cast<std::size_t>(std::max<LRESULT>(0, length)) + 1, L'\0');
+  GETTEXTEX wanted{};
+  wanted.cb = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+  wanted.codepage = 1200;
+  const LRESULT copied =
+      ask(view, EM_GETTEXTEX, reinterpret_cast<WPARAM>(&wanted), reinterpret_cast<LPARAM>(text.data()));
+  text.resize(static_cast<std::size_t>(std::max<LRESULT>(0, copied)));
+  std::ranges::replace(text, L'\r', L'\n');
+  return text;
+}
+
+// The words of a box: those of its labels, or of the text it shows at length.
+std::wstring words_of(HWND box) {
+  constexpr int kText = 100;
+  if (class_of(box) == kOwnDialog) return rich_text(GetDlgItem(box, kText));
+  std::wstring words;
+  for (const HWND part : visible_children(box, WC_STATICW))
+    words += text_of(part);
+  return words;
 }
 
 // Its first or its second button, by the ids the system gives them.
@@ -133,8 +160,6 @@ HWND file_name_field(HWND dialog) {
 // SendInput would go to the desktop that the person sees.
 class Win32Driver final : public Driver {
  public:
-  Win32Driver() { desktop_.enter(); }
-
   void watch(MainWindow& window) override {
     interface_thread_ = GetCurrentThreadId();
     window_ = dynamic_cast<Win32MainWindow&>(window).handle();
@@ -227,20 +252,14 @@ class Win32Driver final : public Driver {
   std::wstring title() override { return text_of(window()); }
   bool has_keyboard(ControlId id) override { return gui_info().hwndFocus == control_window(id); }
   bool list_is_open(ControlId id) override { return ask(control_window(id), CB_GETDROPPEDSTATE) != FALSE; }
-  std::wstring received() override {
-    const HWND view = control_window(ControlId::receive_view);
-    GETTEXTLENGTHEX question{GTL_PRECISE | GTL_NUMCHARS, 1200};
-    const LRESULT length = ask(view, EM_GETTEXTLENGTHEX, reinterpret_cast<WPARAM>(&question));
-    std::wstring text(static_cast<std::size_t>(std::max<LRESULT>(0, length)) + 1, L'\0');
-    GETTEXTEX wanted{};
-    wanted.cb = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-    wanted.codepage = 1200;
-    const LRESULT copied =
-        ask(view, EM_GETTEXTEX, reinterpret_cast<WPARAM>(&wanted), reinterpret_cast<LPARAM>(text.data()));
-    text.resize(static_cast<std::size_t>(std::max<LRESULT>(0, copied)));
-    std::ranges::replace(text, L'\r', L'\n');
-    return text;
+  bool menu_is_open() override {
+    window();
+    Children all;
+    EnumThreadWindows(interface_thread_, Children::add, reinterpret_cast<LPARAM>(&all));
+    return std::ranges::any_of(all.windows,
+                               [](HWND other) { return IsWindowVisible(other) && class_of(other) == kMenu; });
   }
+  std::wstring received() override { return rich_text(control_window(ControlId::receive_view)); }
   std::size_t first_visible_line() override {
     return static_cast<std::size_t>(ask(control_window(ControlId::receive_view), EM_GETFIRSTVISIBLELINE));
   }
@@ -249,10 +268,7 @@ class Win32Driver final : public Driver {
     if (front == nullptr) return std::nullopt;
     const std::wstring title = text_of(front);
     if (const HWND field = file_name_field(front)) return Box{Box::Kind::file, title, text_of(field)};
-    std::wstring text;
-    for (const HWND part : visible_children(front, WC_STATICW))
-      text += text_of(part);
-    return Box{Box::Kind::notice, title, text};
+    return Box{Box::Kind::notice, title, words_of(front)};
   }
   void take_picture(const std::filesystem::path& file) override {
     std::vector<HWND> windows{window()};
@@ -264,7 +280,9 @@ class Win32Driver final : public Driver {
  private:
   // Whoever has a hand in the window must be on its desktop.
   HWND window() const {
-    desktop_.enter();
+    const HDESK desktop = GetThreadDesktop(interface_thread_);
+    if (GetThreadDesktop(GetCurrentThreadId()) != desktop && !SetThreadDesktop(desktop))
+      throw Unreachable("The window's desktop cannot be entered.");
     const HWND window = window_;
     if (window == nullptr) throw Unreachable("The window is not there.");
     return window;
@@ -304,7 +322,8 @@ class Win32Driver final : public Driver {
     Children all;
     EnumThreadWindows(interface_thread_, Children::add, reinterpret_cast<LPARAM>(&all));
     std::erase_if(all.windows, [main](HWND other) {
-      return other == main || !IsWindowVisible(other) || class_of(other) != L"#32770";
+      const std::wstring kind = class_of(other);
+      return other == main || !IsWindowVisible(other) || (kind != kSystemDialog && kind != kOwnDialog);
     });
     std::ranges::reverse(all.windows);
     return all.windows;
@@ -322,7 +341,6 @@ class Win32Driver final : public Driver {
     return field;
   }
 
-  const PrivateDesktop desktop_;
   std::atomic<HWND> window_{nullptr};
   std::atomic<DWORD> interface_thread_{0};
   std::atomic<int> dpi_ = USER_DEFAULT_SCREEN_DPI;

@@ -233,9 +233,11 @@ Win32MainWindow::Answer Win32MainWindow::on_limits(const Message& message) {
 Win32MainWindow::Answer Win32MainWindow::on_dpi_changed(const Message& message) {
   fit_to_dpi(LOWORD(message.first));
   if (live_) events_.metrics_changed();
-  const RECT& suggested = *reinterpret_cast<const RECT*>(message.second);
-  SetWindowPos(handle(), nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
-               suggested.bottom - suggested.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  // The suggestion is the old size at the new scale; fonts do not grow as evenly.
+  RECT rect = *reinterpret_cast<const RECT*>(message.second);
+  if (live_) enlarge_dragged_rect(rect, WMSZ_BOTTOMRIGHT, minimum_window_size(rect.right - rect.left));
+  SetWindowPos(handle(), nullptr, rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top,
+               SWP_NOZORDER | SWP_NOACTIVATE);
   return 0;
 }
 

@@ -1,4 +1,4 @@
-#include "self_test/win32/desktop.h"
+#include "ui/win32/private_desktop.h"
 
 #include <stdexcept>
 #include <string>
@@ -6,7 +6,7 @@
 #include "base/win32/unique_handle.h"
 #include "base/win32/wine.h"
 
-namespace hvt::self_test {
+namespace hvt {
 namespace {
 
 // Wine gives a new desktop no screen of its own accord; its explorer makes one for the desktop it is told.
@@ -39,4 +39,4 @@ void PrivateDesktop::enter() const {
   if (!SetThreadDesktop(desktop_.get())) throw std::runtime_error("Could not go to the self-test's desktop.");
 }
 
-}  // namespace hvt::self_test
+}  // namespace hvt

@@ -5,11 +5,12 @@
 #include <memory>
 #include <type_traits>
 
-namespace hvt::self_test {
+namespace hvt {
 
 // A desktop beside the one that the person sees: windows on it take neither the screen nor the keyboard.
 //
-// Promises  the calling thread is on it after enter(); a thread must have no window by then.
+// Promises  the calling thread is on it after enter(). A thread must have no window by then, nor have loaded
+//           what makes hidden ones.
 // Threads   any.
 // Owns      the desktop, which goes with the last of its windows and threads.
 class PrivateDesktop {
@@ -26,4 +27,4 @@ class PrivateDesktop {
   std::unique_ptr<std::remove_pointer_t<HDESK>, CloseIt> desktop_;
 };
 
-}  // namespace hvt::self_test
+}  // namespace hvt
