@@ -36,7 +36,7 @@ inline constexpr UINT kDialogMessage = WM_APP + 17;
 // Promises  as MainWindow; an exception from an event ends the message loop, which throws it again (see
 //           application.h), and no event comes after it.
 // Threads   the interface thread, except post().
-// Owns      the native window, fonts, icons and brushes.
+// Owns      the native window, its menus and dialogs, fonts, icons and brushes.
 // Ends      with the object, or earlier when the person or the system closes the native window.
 class Win32MainWindow final : public MainWindow {
  public:
