@@ -18,6 +18,8 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -141,10 +143,12 @@ QPixmap picture_of(QWidget& window) {
 class QtDriver final : public Driver {
  public:
   void watch(MainWindow& window) override {
-    window_.with([&](QtMainWindow*& watched) { watched = &dynamic_cast<QtMainWindow&>(window); });
+    receiver_ = std::make_unique<Receiver>(*this, dynamic_cast<QtMainWindow&>(window));
+    calls_.with([&](Calls& calls) { calls = {receiver_.get(), {}}; });
   }
   void forget() override {
-    window_.with([](QtMainWindow*& watched) { watched = nullptr; });
+    calls_.with([](Calls& calls) { calls = {}; });
+    receiver_.reset();
   }
 
   void click(ControlId id) override {
@@ -279,10 +283,10 @@ class QtDriver final : public Driver {
 
   // A call that the window's end does away with.
   void post(std::function<void(QtMainWindow&)> call) {
-    window_.with([&](QtMainWindow* window) {
-      if (window == nullptr) throw Unreachable("The window is not there.");
-      QMetaObject::invokeMethod(
-          window, [window, call = std::move(call)] { call(*window); }, Qt::QueuedConnection);
+    calls_.with([&](Calls& calls) {
+      if (calls.receiver == nullptr) throw Unreachable("The window is not there.");
+      calls.waiting.push_back(std::move(call));
+      QCoreApplication::postEvent(calls.receiver, new QEvent(Receiver::kType));
     });
   }
 
@@ -316,7 +320,34 @@ class QtDriver final : public Driver {
     return *std::move(question->answer);
   }
 
-  Guarded<QtMainWindow*> window_{nullptr};
+  // On the interface thread: makes the calls that wait, one for each event.
+  class Receiver final : public QObject {
+   public:
+    static constexpr auto kType = static_cast<QEvent::Type>(QEvent::User + 1);
+    Receiver(QtDriver& driver, QtMainWindow& window) : driver_(driver), window_(window) {}
+
+    bool event(QEvent* event) override {
+      if (event->type() != kType) return QObject::event(event);
+      const auto call = driver_.calls_.with([](Calls& calls) {
+        auto first = std::move(calls.waiting.front());
+        calls.waiting.pop_front();
+        return first;
+      });
+      call(window_);
+      return true;
+    }
+
+   private:
+    QtDriver& driver_;
+    QtMainWindow& window_;
+  };
+  struct Calls {
+    Receiver* receiver = nullptr;
+    std::deque<std::function<void(QtMainWindow&)>> waiting;
+  };
+
+  Guarded<Calls> calls_;
+  std::unique_ptr<Receiver> receiver_;
 };
 
 }  // namespace
