@@ -61,6 +61,7 @@ void App::detach() {
 // Events of the window
 
 void App::command(ControlId id) {
+  if (!(*shown_)[index_of(id)].visible) return;  // a click that was on its way when the panel was folded
   switch (id) {
     case ControlId::update_badge: return show_dialog(DialogId::update);
     case ControlId::always_on_top: return toggle_always_on_top();

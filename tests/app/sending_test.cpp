@@ -39,7 +39,12 @@ TEST(Sending, IsRefusedWithoutAConnectionOrAPacket) {
   program.press(ControlId::transmit);  // folded: a stale click is refused without a trace
   program.type(packet_field(0), L"hello");
   program.send();
-  program.press(ControlId::repeat);
+  for (const ControlId id : {ControlId::repeat, ControlId::auto_crlf, ControlId::send_hex,
+                             ControlId::save_packets, ControlId::load_packets})
+    program.press(id);
+  EXPECT_TRUE(program.window.asked.empty());
+  EXPECT_FALSE(program.window.state(ControlId::auto_crlf).checked);
+  EXPECT_TRUE(program.window.state(ControlId::send_ascii).checked);
   EXPECT_EQ(program.repeat_caption(), L"Repeat Send");
   EXPECT_EQ(program.window.status(), L"Unsupported escape character.");
   EXPECT_TRUE(program.device->writes().empty());

@@ -100,6 +100,7 @@ TEST_F(Settings, ABufferSizeIsSavedAtOnce) {
 
 TEST_F(Presets, AreSavedAndLoadedAndAFailureChangesNoRow) {
   Program run(here);
+  run.press(ControlId::transmit);
   run.type(packet_field(0), L"first");
   run.window.chosen_file = folder.path() / "a.json";
   run.press(ControlId::save_packets);
@@ -130,6 +131,7 @@ TEST_F(Presets, AKoreanIsToldInKoreanWhatIsWrongWithAFile) {
   settings.language = L"Korean";
   save();
   Program run(here);
+  run.press(ControlId::transmit);
   run.window.chosen_file = folder.path() / "a.json";
   const auto told_in_korean = [&] {
     run.window.set_status(L"", StatusTone::plain);

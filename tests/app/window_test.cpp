@@ -79,6 +79,12 @@ TEST(Language, AnErrorOnTheStatusLineFollows) {
   EXPECT_EQ(program.window.tone(), StatusTone::error);
 }
 
+TEST(Language, ReachesTheListThatHasNoPort) {
+  Program program({.ports = [] { return std::vector<PortDescription>(); }});
+  program.app.menu_chosen(MenuItem::korean);
+  EXPECT_EQ(program.window.choice(ControlId::port).placeholder, L"사용 가능한 COM 포트 없음");
+}
+
 TEST(Theme, TheChoiceRulesAndOnlySystemFollowsTheDesktop) {
   Program program;
   const auto dark = [&] { return program.window.themes.back().dark; };
@@ -220,6 +226,9 @@ TEST(Update, EachOutcomeIsToldAndOnlyANewerReleaseShowsTheBadge) {
     EXPECT_EQ(program.window.dialogs.at(DialogId::update).link.empty(), !c.badge);
     program.app.menu_chosen(MenuItem::korean);
     EXPECT_THAT(shown(), testing::HasSubstr(L"현재 버전: 1.0.7.0"));
+    program.app.menu_chosen(MenuItem::check_updates);
+    EXPECT_THAT(shown(), testing::HasSubstr(L"업데이트를 확인하는 중...")) << "again";
+    EXPECT_EQ(program.window.state(ControlId::update_badge).visible, c.badge) << "until it is known";
   }
 }
 
@@ -239,6 +248,9 @@ TEST(Screen, LimitsTheWindowButNeverFoldsOrShrinksItsContents) {
   Program program({.folder = folder.path()});
   program.window.screen = {1366, 728};
   EXPECT_LE(program.app.minimum_client_size(600).height, 728);
+  program.window.screen = {480, 728};
+  EXPECT_EQ(program.app.minimum_client_size(600).width, 480);
+  program.window.screen = {1366, 728};
   program.window.resize({600, 500});
   program.press(ControlId::transmit);
   EXPECT_EQ(program.window.placement()[index_of(ControlId::receive_view)].width, 600 - 16);

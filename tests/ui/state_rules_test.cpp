@@ -99,6 +99,7 @@ TEST(StateRules, ARepeatRunLocksWhatItSendsAndLeavesItsStop) {
     }
     EXPECT_EQ(of(states, ControlId::rx_timeout).enabled, f.transmit_expanded && !repeats && f.wait_for_rx);
     EXPECT_EQ(of(states, ControlId::transmit).enabled, !repeats);
+    EXPECT_EQ(of(states, ControlId::load_packets).enabled, f.transmit_expanded && !repeats);
   });
 }
 

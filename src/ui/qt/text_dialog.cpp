@@ -9,6 +9,7 @@
 #include <QTextFrame>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -158,7 +159,8 @@ void TextDialog::fit_height() {
   const std::unique_ptr<QTextDocument> copy(text_->document()->clone());
   copy->setTextWidth(kWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
   const int below = close_->sizeHint().height() + 2 * kButtonMargin;
-  resize(kWidth, std::clamp(static_cast<int>(copy->size().height()) + below, kMinimumHeight, kMostHeight));
+  const int text = static_cast<int>(std::ceil(copy->size().height()));  // a fraction less would scroll
+  resize(kWidth, std::clamp(text + below, kMinimumHeight, kMostHeight));
 }
 
 void TextDialog::take_colors() {

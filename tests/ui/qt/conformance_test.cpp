@@ -110,6 +110,19 @@ TEST_F(Face, calls_every_control_by_its_name) {
   }
 }
 
+TEST_F(Face, tells_which_label_belongs_to_which_list_or_number) {
+  for (const auto& [label, field] : std::map<ControlId, ControlId>{
+           {ControlId::timeout_label, ControlId::timeout},
+           {ControlId::baud_label, ControlId::baud},
+           {ControlId::packet_number_label, ControlId::start_packet},
+           {ControlId::packet_range, ControlId::end_packet},
+           {ControlId::interval_label, ControlId::interval},
+       }) {
+    EXPECT_EQ(find<QLabel>(label)->buddy(), find(field)) << control(label).name;
+  }
+  EXPECT_EQ(find<QLabel>(ControlId::interval_unit)->buddy(), nullptr) << "a button follows it";
+}
+
 TEST_F(Face, is_walked_by_the_tab_key_in_table_order) {
   std::vector<std::string> walked;
   for (QWidget* widget = window_.nextInFocusChain(); widget != &window_;

@@ -61,6 +61,29 @@ TEST_F(Dialogs, show_what_they_are_given_until_they_are_closed) {
   EXPECT_FALSE(window_.dialog_open(DialogId::about));
 }
 
+TEST_F(Dialogs, a_short_text_needs_no_scroll_bar) {
+  const std::vector<DialogLine> kinds[]{
+      {{Kind::heading, L"Name"}, {Kind::text, L"is this"}, {Kind::text, L"and that"}, {Kind::text, L"too"}},
+      {{Kind::heading, L"이름"},
+       {Kind::text, L"버전"},
+       {Kind::text, L"터미널입니다."},
+       {Kind::text, L"폴더"}},
+      {{Kind::text, L"one"}, {Kind::code, L"02 30\n31 46"}, {Kind::text, L"두 번째"}, {Kind::text, L"셋"}},
+  };
+  for (const bool link : {false, true}) {
+    for (const std::vector<DialogLine>& lines : kinds) {
+      SCOPED_TRACE(QString::fromStdWString(lines.front().text).toStdString());
+      window_.show_dialog(DialogId::about, {L"About", lines, link ? L"Link" : L"", L"Close"});
+      TextDialog* const dialog = open_dialog();
+      ASSERT_NE(dialog, nullptr);
+      QCoreApplication::processEvents();
+      EXPECT_GT(dialog->findChild<QTextEdit*>()->document()->size().height(), 80);
+      EXPECT_EQ(dialog->findChild<QTextEdit*>()->verticalScrollBar()->maximum(), 0);
+      dialog->close();
+    }
+  }
+}
+
 TEST_F(Dialogs, keep_their_place_and_lines_through_a_switch_of_theme) {
   std::vector<DialogLine> lines;
   for (int i = 0; i < 80; ++i)

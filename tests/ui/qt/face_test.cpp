@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QWheelEvent>
 #include <thread>
 
 #include "tests/ui/qt/face_rig.h"
@@ -85,6 +86,20 @@ TEST_F(Face, raises_one_event_for_each_thing_a_person_does) {
   for (const Case& one : cases) {
     one.act();
     EXPECT_THAT(recorder_.take(), ElementsAre(one.event)) << one.event;
+  }
+}
+
+// A wheel that passes over a list on its way through the window must not change a line setting.
+TEST_F(Face, turns_a_list_by_the_wheel_only_where_the_keyboard_is) {
+  activate();
+  auto* const baud = find<QComboBox>(ControlId::baud);
+  for (const ControlId focused : {ControlId::packet_1, ControlId::baud}) {
+    find(focused)->setFocus();
+    const QPoint at = baud->rect().center();
+    QWheelEvent turn(at, baud->mapToGlobal(at), {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
+                     Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(baud, &turn);
+    EXPECT_EQ(baud->currentIndex(), focused == ControlId::baud ? 1 : 0) << control(focused).name;
   }
 }
 
