@@ -88,5 +88,24 @@ TEST(ErrorLog, TellsOfErrorsOfTheLineAndOfFilesButNotOfWhatAPersonTyped) {
   EXPECT_EQ(logged.size(), 3u);
 }
 
+TEST(ErrorLog, TellsOfABrokenLineAndOfSettingsThatAreNotSaved) {
+  std::vector<std::wstring> logged;
+  const Folder folder;
+  test::Program program({.folder = folder.path(),
+                         .log_error = [&](std::wstring_view message) { logged.emplace_back(message); }});
+  program.open_transmit(L"x");
+  program.connect();
+  program.fail_writes(L"The cable is out.");
+  program.send();
+  EXPECT_TRUE(program.until([&] { return !logged.empty(); }));
+  EXPECT_EQ(logged, std::vector<std::wstring>{L"The cable is out."});
+
+  std::filesystem::remove_all(folder.path() / "config");
+  test::write_file(folder.path() / "config", "in the way of the folder");
+  program.press(ControlId::always_on_top);
+  ASSERT_EQ(logged.size(), 2u);
+  EXPECT_TRUE(logged.back().starts_with(L"Could not save settings. "));
+}
+
 }  // namespace
 }  // namespace hvt

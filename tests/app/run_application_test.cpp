@@ -117,7 +117,7 @@ TEST(RunApplication, ANormalRunNotesItsErrorsAndLooksForANewerRelease) {
   test::Latch asked(1);
   FakeFace face;
   face.person = [&](WindowEvents& events) {
-    const test::TimeLimit limit("the look for a newer release");
+    const test::TimeLimit limit("the look for a newer release", [&] { asked.count_down(); });
     asked.wait();
     events.command(ControlId::open_folder);
   };
