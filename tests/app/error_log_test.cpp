@@ -2,15 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <vector>
 
-#include "app/app.h"
+#include "tests/app/program.h"
 #include "tests/support/folder.h"
-#include "tests/support/recording_window.h"
 
 // What a person can send in afterwards: the lines, the file, and which errors the program puts there.
 
@@ -60,56 +58,53 @@ TEST(ErrorLog, WhatCannotBeWrittenIsLostWithoutAWord) {
   EXPECT_NO_THROW(ErrorLog(folder.path() / "error.log").append(no_text));
 }
 
-// The program on a window double whose port cannot be opened.
-struct Program {
-  Program()
-      : app(folder.path(),
-            {.factory =
-                 [](const auto&, std::wstring& error) {
-                   error = L"Access is denied.";
-                   return std::shared_ptr<SerialTransport>();
-                 },
-             .port_source =
-                 [] {
-                   return std::vector<PortDescription>{{L"COM8", L""}};
-                 },
-             .log_error = [this](std::wstring_view message) { logged.emplace_back(message); }}),
-        window(app) {
-    app.attach(window);
-  }
-  ~Program() {
-    app.closing();
-    app.detach();
-  }
-
-  const Folder folder;
-  std::vector<std::wstring> logged;
-  App app;
-  test::RecordingWindow window;
-};
-
 TEST(ErrorLog, TellsOfErrorsOfTheLineAndOfFilesButNotOfWhatAPersonTyped) {
-  Program program;
-  program.app.command(ControlId::transmit);
-  program.app.send(0);
+  std::vector<std::wstring> logged;
+  const Folder folder;
+  test::Program program({.open =
+                             [](const auto&, std::wstring& error) {
+                               error = L"Access is denied.";
+                               return std::shared_ptr<SerialTransport>();
+                             },
+                         .folder = folder.path(),
+                         .log_error = [&](std::wstring_view message) { logged.emplace_back(message); }});
+  program.press(ControlId::transmit);
+  program.send();
   EXPECT_EQ(program.window.status(), L"Connect to a COM port first.");
-  program.app.command(ControlId::record);
-  EXPECT_TRUE(program.logged.empty()) << "both are refusals";
+  program.press(ControlId::record);
+  EXPECT_TRUE(logged.empty()) << "both are refusals";
 
-  program.app.connect();
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (program.logged.empty() && std::chrono::steady_clock::now() < limit)
-    program.window.deliver();
-  EXPECT_EQ(program.logged, std::vector<std::wstring>{L"Access is denied."});
+  program.press(ControlId::connect);
+  EXPECT_TRUE(program.until([&] { return !logged.empty(); }));
+  EXPECT_EQ(logged, std::vector<std::wstring>{L"Access is denied."});
 
-  program.window.chosen_file = program.folder.path() / "missing.json";
-  program.app.command(ControlId::load_packets);
-  ASSERT_EQ(program.logged.size(), 2u);
-  EXPECT_EQ(program.logged.back(), program.window.status());
+  program.window.chosen_file = folder.path() / "missing.json";
+  program.press(ControlId::load_packets);
+  ASSERT_EQ(logged.size(), 2u);
+  EXPECT_EQ(logged.back(), program.window.status());
 
-  test::write_file(program.folder.path() / "recording", "in the way of the folder");
-  program.app.command(ControlId::open_folder);
-  EXPECT_EQ(program.logged.size(), 3u);
+  test::write_file(folder.path() / "recording", "in the way of the folder");
+  program.press(ControlId::open_folder);
+  EXPECT_EQ(logged.size(), 3u);
+}
+
+TEST(ErrorLog, TellsOfABrokenLineAndOfSettingsThatAreNotSaved) {
+  std::vector<std::wstring> logged;
+  const Folder folder;
+  test::Program program({.folder = folder.path(),
+                         .log_error = [&](std::wstring_view message) { logged.emplace_back(message); }});
+  program.open_transmit(L"x");
+  program.connect();
+  program.fail_writes(L"The cable is out.");
+  program.send();
+  EXPECT_TRUE(program.until([&] { return !logged.empty(); }));
+  EXPECT_EQ(logged, std::vector<std::wstring>{L"The cable is out."});
+
+  std::filesystem::remove_all(folder.path() / "config");
+  test::write_file(folder.path() / "config", "in the way of the folder");
+  program.press(ControlId::always_on_top);
+  ASSERT_EQ(logged.size(), 2u);
+  EXPECT_TRUE(logged.back().starts_with(L"Could not save settings. "));
 }
 
 }  // namespace

@@ -4,13 +4,16 @@
 
 #include <algorithm>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <stdexcept>
 #include <vector>
 
 #include "app/process.h"
 #include "tests/support/folder.h"
+#include "tests/support/latch.h"
 #include "tests/support/recording_window.h"
+#include "tests/support/time_limit.h"
 
 // The way from the arguments to the exit code: run modes, folders, the order of the start, and what happens
 // when a step fails.
@@ -35,19 +38,24 @@ class FakeFace final : public Face {
   std::unique_ptr<MainWindow> create_window(WindowEvents& events, const StartupMark& mark) override {
     fail_at("window");
     mark("window");
+    events_ = &events;
     return std::make_unique<test::RecordingWindow>(events);
   }
   int serve(MainWindow&) override {
     fail_at("serve");
+    if (person) person(*events_);
     return 7;
   }
   void show_fatal_error(const std::exception& error) override { boxes.push_back(error.what()); }
 
   std::string broken_step;
+  std::function<void(WindowEvents&)> person;
   std::vector<RunMode> prepared_for;
   std::vector<std::string> boxes;
 
  private:
+  WindowEvents* events_ = nullptr;
+
   void fail_at(std::string_view step) const {
     if (step == broken_step) throw std::runtime_error("No " + broken_step + ".");
   }
@@ -101,6 +109,28 @@ TEST(RunApplication, ANormalRunKeepsItsDataInTheBaseFolder) {
   EXPECT_EQ(run_application(RunMode::normal, {folder.path(), {}}, profile, face, no_self_test), 7);
   EXPECT_EQ(face.prepared_for, std::vector{RunMode::normal});
   EXPECT_EQ(folder.names(), "config ") << "no profile, no run folder";
+}
+
+TEST(RunApplication, ANormalRunNotesItsErrorsAndLooksForANewerRelease) {
+  const Folder folder;
+  test::write_file(folder.path() / "recording", "in the way of the folder");
+  test::Latch asked(1);
+  FakeFace face;
+  face.person = [&](WindowEvents& events) {
+    const test::TimeLimit limit("the look for a newer release", [&] { asked.count_down(); });
+    asked.wait();
+    events.command(ControlId::open_folder);
+  };
+  StartupProfile profile = profile_if(false);
+  const std::filesystem::path log = folder.path() / "log" / "error.log";
+  run_application(RunMode::normal, {folder.path(), log}, profile, face, no_self_test,
+                  [&](CancelSignal&) -> std::string {
+                    asked.count_down();
+                    throw std::runtime_error("Update request failed.");
+                  });
+  const auto lines = lines_of(log);
+  ASSERT_EQ(lines.size(), 1u) << "a look that fails is no error of the line or of a file";
+  EXPECT_TRUE(lines[0].ends_with(" Could not open the folder.\r")) << lines[0];
 }
 
 TEST(RunApplication, EachSelfTestRunHasAFolderOfItsOwn) {

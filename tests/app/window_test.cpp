@@ -159,6 +159,8 @@ class Server {
     return [this](CancelSignal& cancel) {
       const CancelSignal::Wake wake(cancel, [this] { answer(); });
       std::unique_lock lock(mutex_);
+      asked_ = true;
+      changed_.notify_all();
       changed_.wait(lock, [&] { return answers_ || cancel.cancelled(); });
       if (cancel.cancelled() || answer_.empty()) throw std::runtime_error("Update request timed out.");
       return answer_;
@@ -171,11 +173,21 @@ class Server {
     }
     changed_.notify_all();
   }
+  void wait_until_asked() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return asked_; });
+  }
+  // By the test, or by a check that was cancelled.
+  bool has_answered() {
+    const std::lock_guard lock(mutex_);
+    return answers_;
+  }
 
  private:
   const std::string answer_;
   std::mutex mutex_;
   std::condition_variable changed_;
+  bool asked_ = false;
   bool answers_ = false;
 };
 
@@ -232,10 +244,39 @@ TEST(Update, EachOutcomeIsToldAndOnlyANewerReleaseShowsTheBadge) {
   }
 }
 
+TEST(Update, IsLookedForAtTheStartAndWheneverAPersonAsks) {
+  Server server(R"({"latestVersion":"9.0"})");
+  server.answer();
+  Program program({.fetch_manifest = server.fetch()});
+  EXPECT_TRUE(program.until([&] { return program.window.state(ControlId::update_badge).visible; }));
+  EXPECT_TRUE(program.window.dialogs.empty()) << "nobody asked";
+  for (int twice = 0; twice < 2; ++twice) {
+    program.app.menu_chosen(MenuItem::check_updates);
+    const auto headline = [&] { return program.window.dialogs.at(DialogId::update).lines.front().text; };
+    EXPECT_TRUE(program.until([&] { return headline() == L"A new version is available."; }));
+    EXPECT_TRUE(program.window.state(ControlId::update_badge).visible);
+  }
+}
+
+TEST(Link, ThatCannotBeOpenedIsTold) {
+  Program program;
+  program.app.menu_chosen(MenuItem::homepage);
+  EXPECT_EQ(program.window.status(), L"Ready");
+  program.window.refuses_to_open = true;
+  program.app.dialog_link(DialogId::about);
+  EXPECT_EQ(program.window.status(), L"Could not open the link.");
+  EXPECT_EQ(program.window.opened.size(), 2u);
+}
+
 TEST(Update, ACheckInFlightDoesNotDelayTheEnd) {
   Server server("");
   const auto start = std::chrono::steady_clock::now();
-  { const Program program({.fetch_manifest = server.fetch()}); }
+  {
+    Program program({.fetch_manifest = server.fetch()});
+    server.wait_until_asked();
+    program.app.closing();
+    EXPECT_TRUE(server.has_answered()) << "the check goes before the window that it would report to";
+  }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << "nobody answers";
 }
 

@@ -108,7 +108,7 @@ class RecordingWindow final : public MainWindow {
   PlainReceiveView& receive_view() override { return view_; }
   bool open_in_desktop(const std::filesystem::path& target) override {
     opened.push_back(target);
-    return true;
+    return !refuses_to_open;
   }
   void set_place(const WindowPlace& place) override { place_ = place; }
   WindowPlace current_place() const override { return place_; }
@@ -180,6 +180,7 @@ class RecordingWindow final : public MainWindow {
   Size screen{10'000, 10'000};
   std::vector<FileQuestion> asked;
   std::vector<std::filesystem::path> opened;
+  bool refuses_to_open = false;
   std::optional<std::filesystem::path> chosen_file;  // what the person answers, nothing for a cancel
 
  private:

@@ -70,6 +70,11 @@ void RichEditView::set_font_points(int points) {
 
 void RichEditView::apply_font() {
   if (edit_.window() == nullptr) return;
+  give_font();
+  InvalidateRect(edit_.window(), nullptr, TRUE);  // smaller text leaves room that nobody else paints
+}
+
+void RichEditView::give_font() {
   const InPlaceUpdate update{*this};
   CHARFORMAT2W format{};
   format.cbSize = sizeof format;

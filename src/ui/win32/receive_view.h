@@ -56,6 +56,7 @@ class RichEditView final : public ReceiveView {
   void stay_in_place(const ViewUpdate& update);
   void tell_navigated() const;
   void apply_font();
+  void give_font();
   bool show_menu(LPARAM where);
   void perform(EditCommand command);
   POINT caret_point() const;
