@@ -21,13 +21,12 @@
 namespace hvt {
 namespace {
 
-// A message on its way from post() to the interface thread.
-class PostedMessage final : public QEvent {
- public:
-  static constexpr auto kType = static_cast<QEvent::Type>(QEvent::User + 1);
-  explicit PostedMessage(unsigned number) : QEvent(kType), message(number) {}
-  const unsigned message;
-};
+// A message on its way from post() to the interface thread: all it carries is its type, which the toolkit
+// hands over under its own lock.
+constexpr unsigned kBeforeMessages = kTaskMessage - 1;
+QEvent::Type event_type(unsigned message) {
+  return static_cast<QEvent::Type>(QEvent::User + static_cast<int>(message - kBeforeMessages));
+}
 
 Size to_size(const QSize& size) {
   return {size.width(), size.height()};
@@ -284,7 +283,7 @@ void QtMainWindow::access(ControlId id) {
 
 bool QtMainWindow::post(unsigned message) {
   if (closed_) return false;
-  QCoreApplication::postEvent(this, new PostedMessage(message));
+  QCoreApplication::postEvent(this, new QEvent(event_type(message)));
   return true;
 }
 
@@ -298,8 +297,9 @@ void QtMainWindow::start_timer(std::uintptr_t id, unsigned milliseconds) {
 }
 
 bool QtMainWindow::event(QEvent* event) {
-  if (event->type() != PostedMessage::kType) return QWidget::event(event);
-  if (!closed_) events_.message(static_cast<PostedMessage*>(event)->message, 0, 0);
+  const auto type = event->type();
+  if (type != event_type(kTaskMessage) && type != event_type(kDisplayMessage)) return QWidget::event(event);
+  if (!closed_) events_.message(kBeforeMessages + static_cast<unsigned>(type - QEvent::User), 0, 0);
   return true;
 }
 
