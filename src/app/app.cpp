@@ -34,6 +34,7 @@ void App::attach(MainWindow& window, const StartupMark& mark) {
   window.receive_view().on_navigated([this] { pause_display(); });
   window.set_title(L"HalvetricSerialTest V" HVT_VERSION);
   const bool has_saved_size = load_settings(mark);
+  show_status(TextId::status_ready);  // a theme that fails tells so after it
   apply_theme();
   mark("settings applied");
   window.receive_view().set_language(facts_.language);
@@ -43,7 +44,6 @@ void App::attach(MainWindow& window, const StartupMark& mark) {
   show_ports();
   mark("ports enumerated");
   update_controls();
-  show_status(TextId::status_ready);
   metrics_changed();
   place_window(has_saved_size);
   window.show();

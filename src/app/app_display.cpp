@@ -33,9 +33,12 @@ void App::pump_display() {
     });
   }
   if (result.lost_bytes == 0) return;
-  lost_bytes_ += result.lost_bytes;
+  const bool first = std::exchange(lost_bytes_, lost_bytes_ + result.lost_bytes) == 0;
   recorder_.report_data_loss(receive_loss_text(lost_bytes_, Language::english));
-  show_error([lost = lost_bytes_](Language language) { return receive_loss_text(lost, language); });
+  const StatusText lost = [bytes = lost_bytes_](Language language) {
+    return receive_loss_text(bytes, language);
+  };
+  first ? report_error(lost) : show_error(lost);  // a line of the log for each time it begins
 }
 
 void App::clear_display(bool undisturbed) {

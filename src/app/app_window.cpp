@@ -101,7 +101,7 @@ void App::show_dialog(DialogId id) {
 }
 
 void App::refresh_dialog(DialogId id) {
-  if (window_->dialog_open(id)) show_dialog(id);
+  window_->change_dialog(id, dialog_content(id));
 }
 
 void App::dialog_link(DialogId) {

@@ -52,7 +52,7 @@ constexpr int frame_width(ControlKind kind) {
 }
 
 // Distance to the control before it, in logical pixels.
-enum class Gap { label = 1, unit = 4, near = 8, group = 12 };
+enum class Gap { label = 1, unit = 4, near = 8, group = 12, section = 24 };
 
 // Where an item puts the width that its line has left.
 enum class Spare { none, widens, pushes_right };
@@ -156,7 +156,7 @@ constexpr Item kRepeatItems[]{
 // The folded panel: its header, and what also counts for the next time it is shown.
 constexpr Item kFoldedItems[]{
     {ControlId::transmit},
-    {ControlId::repeat_title},
+    {ControlId::repeat_title, Gap::section},
     {ControlId::wait_for_rx},
     {ControlId::rx_timeout_label},
     {ControlId::rx_timeout, Gap::label, 80},

@@ -120,7 +120,8 @@ class MainWindow {
   virtual void show_notice(std::wstring_view title, std::wstring_view text) = 0;
   // Opens a dialog, or gives an open one another content and brings it to the front.
   virtual void show_dialog(DialogId id, const DialogContent& content) = 0;
-  virtual bool dialog_open(DialogId id) const = 0;
+  // Another content for a dialog if it is open, which does not take the keyboard for that.
+  virtual void change_dialog(DialogId id, const DialogContent& content) = 0;
   virtual ReceiveView& receive_view() = 0;
 
   // The desktop's wish and colours, read anew at each call.

@@ -96,7 +96,9 @@ class RecordingWindow final : public MainWindow {
   }
   void set_menus(const MenuStates& states) override { menus = states; }
   void show_dialog(DialogId id, const DialogContent& content) override { dialogs[id] = content; }
-  bool dialog_open(DialogId id) const override { return dialogs.contains(id); }
+  void change_dialog(DialogId id, const DialogContent& content) override {
+    if (dialogs.contains(id)) dialogs[id] = content;
+  }
   bool desktop_prefers_dark() const override { return prefers_dark; }
   SystemColors system_colors() const override { return colors; }
   void set_theme(const ThemePalette& palette) override {

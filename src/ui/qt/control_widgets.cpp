@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QRadioButton>
+#include <QTextDocument>
 #include <QToolTip>
 #include <QWheelEvent>
 #include <algorithm>
@@ -117,7 +118,9 @@ void StatusLine::paintEvent(QPaintEvent*) {
 bool StatusLine::event(QEvent* event) {
   if (event->type() != QEvent::ToolTip) return QLabel::event(event);
   const bool fits = fontMetrics().horizontalAdvance(text()) <= width();
-  QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), fits ? QString() : text(), this);
+  const QString whole =
+      fits ? QString() : Qt::convertFromPlainText(text());  // it may look like marked-up text
+  QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), whole, this);
   return true;
 }
 

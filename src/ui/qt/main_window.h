@@ -58,7 +58,8 @@ class QtMainWindow final : public QWidget, public MainWindow {
   void set_counter(ControlId id, std::wstring_view text) override;
   void show_notice(std::wstring_view title, std::wstring_view text) override;
   void show_dialog(DialogId id, const DialogContent& content) override;
-  bool dialog_open(DialogId id) const override;
+  void change_dialog(DialogId id, const DialogContent& content) override;
+  bool dialog_open(DialogId id) const;
   ReceiveView& receive_view() override;
 
   bool desktop_prefers_dark() const override;

@@ -167,6 +167,10 @@ void QtMainWindow::show_dialog(DialogId id, const DialogContent& content) {
   dialog->activateWindow();
 }
 
+void QtMainWindow::change_dialog(DialogId id, const DialogContent& content) {
+  if (dialog_open(id)) dialogs_[static_cast<std::size_t>(id)]->set_content(content);
+}
+
 bool QtMainWindow::dialog_open(DialogId id) const {
   const TextDialog* const dialog = dialogs_[static_cast<std::size_t>(id)];
   return dialog != nullptr && dialog->isVisible();

@@ -262,6 +262,10 @@ void Win32MainWindow::show_dialog(DialogId id, const DialogContent& content) {
   dialog->show(handle(), content);
 }
 
+void Win32MainWindow::change_dialog(DialogId id, const DialogContent& content) {
+  if (dialog_open(id)) dialogs_[static_cast<std::size_t>(id)]->set_content(content);
+}
+
 bool Win32MainWindow::dialog_open(DialogId id) const {
   const auto& dialog = dialogs_[static_cast<std::size_t>(id)];
   return dialog && dialog->window() != nullptr;

@@ -71,7 +71,8 @@ class Win32MainWindow final : public MainWindow {
   void set_menus(const MenuStates& states) override;
   void show_notice(std::wstring_view title, std::wstring_view text) override;
   void show_dialog(DialogId id, const DialogContent& content) override;
-  bool dialog_open(DialogId id) const override;
+  void change_dialog(DialogId id, const DialogContent& content) override;
+  bool dialog_open(DialogId id) const;
   bool desktop_prefers_dark() const override;
   SystemColors system_colors() const override;
   void set_theme(const ThemePalette& palette) override;

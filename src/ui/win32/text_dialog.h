@@ -31,6 +31,8 @@ class TextDialog {
 
   // Opens it over its owner, or gives the open one another content, and brings it to the front.
   void show(HWND owner, const DialogContent& content);
+  // While it is open.
+  void set_content(const DialogContent& content);
   void close();
   // Called once, when the window is about to go.
   void before_closing(std::function<void()> closing) { closing_ = std::move(closing); }
@@ -42,7 +44,6 @@ class TextDialog {
   static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM first, LPARAM second);
   LRESULT on_message(HWND window, UINT message, WPARAM first, LPARAM second);
   void create(HWND owner);
-  void set_content(const DialogContent& content);
   void write_text();
   void use_fonts();
   void place_over(HWND owner);
