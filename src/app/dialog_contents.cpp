@@ -1,5 +1,6 @@
 #include "app/dialog_contents.h"
 
+#include "base/text.h"
 #include "ui/usage.h"
 
 namespace hvt {
@@ -44,7 +45,7 @@ DialogContent about_dialog(const std::filesystem::path& data_folder, Language la
                 {{Kind::heading, std::wstring(kProductName)},
                  fact(TextId::version, version_text(program_version()), language),
                  words(Kind::text, TextId::about_program, language),
-                 fact(TextId::data_folder, data_folder.wstring(), language)},
+                 fact(TextId::data_folder, path_text(data_folder), language)},
                 TextId::homepage, language);
 }
 
