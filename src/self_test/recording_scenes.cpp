@@ -20,8 +20,7 @@ std::vector<Path> recorded_files(const Person& person, std::string_view extensio
   const Path folder = person.folder() / "recording";
   if (!std::filesystem::exists(folder)) return files;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    const bool is_metadata = entry.path().extension() == ".json";
-    if (is_metadata == (extension == ".json")) files.push_back(entry.path());
+    if (entry.path().extension() == extension) files.push_back(entry.path());
   }
   std::ranges::sort(files);
   return files;
@@ -29,7 +28,7 @@ std::vector<Path> recorded_files(const Person& person, std::string_view extensio
 
 std::wstring recorded_text(const Person& person) {
   std::string bytes;
-  for (const Path& file : recorded_files(person, ""))
+  for (const Path& file : recorded_files(person, ".log"))  // what is pending beside them comes and goes
     bytes += read_data_file(file);
   return utf8_to_utf16(bytes);
 }
@@ -104,7 +103,7 @@ void records_in_parts(Person& person) {
   sees_idle_recording(person);
   person.sees(
       L"recorded text", [&] { return recorded_text(person); }, expected);
-  const auto parts = recorded_files(person, "");
+  const auto parts = recorded_files(person, ".log");
   person.sees_true(L"several parts", [&] { return parts.size() >= expected.size() / kPartLimit; });
   person.sees_true(L"no part is too large", [&] {
     return std::ranges::all_of(

@@ -81,19 +81,31 @@ TEST(Win32Conformance, EveryControlShowsWhatTheRulesSay) {
 }
 
 // The placement is that of the layout; what the layout gives, the captions fit into.
-TEST(Win32Conformance, CaptionsFitTheirControlsInBothLanguages) {
+// As the system tells it when the window comes to another monitor.
+void move_to_dpi(Face& face, int dpi) {
+  RECT rect{};
+  GetWindowRect(face.window.handle(), &rect);
+  SendMessageW(face.window.handle(), WM_DPICHANGED, MAKEWPARAM(dpi, dpi), reinterpret_cast<LPARAM>(&rect));
+}
+
+TEST(Win32Conformance, CaptionsFitTheirControlsInBothLanguagesAtEveryDpi) {
   Face face;
-  for (const Language language : {Language::english, Language::korean}) {
-    for (const int width : {600, 700, 740, 800}) {
-      face.show_facts(Facts{.language = language, .newer_release = true, .transmit_expanded = true},
-                      {width, 1000});
-      for (const ControlRow& row : kControls) {
-        if (!is_push(row.kind) && !is_static_text(row.kind)) continue;
-        const HWND native = face.native(row.id);
-        RECT client{};
-        GetClientRect(native, &client);
-        EXPECT_LE(face.window.measure().text_width[index_of(row.id)], client.right)
-            << row.name << " at " << width;
+  for (const int dpi : {96, 120, 144, 168, 192}) {
+    move_to_dpi(face, dpi);
+    for (const Language language : {Language::english, Language::korean}) {
+      for (const int width : {600, 700, 740, 800}) {
+        SCOPED_TRACE(testing::Message() << width << " wide, " << dpi << " dpi");
+        face.show_facts(Facts{.language = language, .newer_release = true, .transmit_expanded = true},
+                        {width * dpi / 96, 1000 * dpi / 96});
+        const Metrics metrics = face.window.measure();
+        EXPECT_EQ(metrics.dpi, dpi);
+        for (const ControlRow& row : kControls) {
+          if (!is_push(row.kind) && !is_static_text(row.kind)) continue;
+          RECT client{};
+          GetClientRect(face.native(row.id), &client);
+          EXPECT_LE(metrics.text_width[index_of(row.id)], client.right) << row.name;
+          EXPECT_LE(metrics.text_height, client.bottom) << row.name;
+        }
       }
     }
   }
