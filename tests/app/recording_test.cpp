@@ -141,8 +141,13 @@ TEST(Recording, AStopThatCameTooLateDoesNotEndTheNextOne) {
   program.record();
   program.feed("more than eight");
   program.app.message(kDisplayMessage, 0, 0);
-  while (program.metadata().find("\"finalized\": true") == std::string::npos)
-    std::this_thread::yield();
+  // Windows does not replace a file while it is read: a look without a pause would keep the end from being
+  // told.
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (program.metadata().find("\"finalized\": true") == std::string::npos) {
+    ASSERT_LT(std::chrono::steady_clock::now(), limit);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
   program.press(ControlId::record);  // the program does not know yet that the session has ended
   while (!program.can_record())
     program.app.message(kTaskMessage, 0, 0);
