@@ -13,7 +13,8 @@ inline Application& application() {
   static int count = 1;
   static char name[] = "hvt_bench";
   static char* arguments[] = {name, nullptr};
-  static Application application(count, arguments);
+  // Never deleted: at exit() the toolkit's own objects are gone before it would be.
+  static Application& application = *new Application(count, arguments);
   return application;
 }
 

@@ -1,11 +1,13 @@
 // The window under load and at rest. full_repaint: one repaint of a large receive view, whatever it holds.
 // flood: a device that sends as fast as the line takes it, beside a bare read loop in the same run, while a
 // thread keeps asking the window for an answer: latency is from posting an event to its handler. idle: what a
-// connection costs on which nothing happens. switch_theme: the whole window in the other colours, its view
-// full as Buffer Size allows. Without a display they run on the toolkit's offscreen platform.
+// connection costs on which nothing happens, beside a thread that only wakes up as often as a read must.
+// switch_theme: the whole window in the other colours, its view full as Buffer Size allows. Without a display
+// they run on the toolkit's offscreen platform.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -25,6 +27,7 @@
 
 #include "app/app.h"
 #include "bench/application.h"
+#include "serial/transport_limits.h"
 #include "tests/support/device_process.h"
 #include "ui/qt/look.h"
 #include "ui/qt/main_window.h"
@@ -282,9 +285,19 @@ BENCHMARK(flood)
     ->Iterations(1)
     ->Unit(benchmark::kSecond);
 
+// Milliseconds of processor time that a thread needs for nothing but waking up as often as a silent line's
+// reader does.
+double bare_wakes_ms(std::chrono::seconds time) {
+  const double before = thread_seconds();
+  for (auto woken = 0ms; woken < time; woken += kIdleReturn)
+    ::poll(nullptr, 0, kIdleReturn.count());
+  return 1e3 * (thread_seconds() - before);
+}
+
 void idle(benchmark::State& state) {
   bench::application();
   for (auto _ : state) {
+    state.counters["bare_ms"] = bare_wakes_ms(20s);
     Flooded program({"--silent"});
     program.app().command(ControlId::connect);
     program.serve(2s);

@@ -7,12 +7,6 @@
 #include "transmit/packet_text.h"
 
 namespace hvt {
-namespace {
-
-constexpr std::uintptr_t kDisplayTimer = 1;
-constexpr unsigned kDisplayTimerMilliseconds = DisplayPump::kTick.count();
-
-}  // namespace
 
 App::App(std::filesystem::path data_folder, AppServices services)
     : data_folder_(std::move(data_folder)),
@@ -47,7 +41,7 @@ void App::attach(MainWindow& window, const StartupMark& mark) {
   metrics_changed();
   place_window(has_saved_size);
   window.show();
-  window.start_timer(kDisplayTimer, kDisplayTimerMilliseconds);
+  window.start_timer(kDisplayTimer, DisplayPump::kTick);
   start_update_check();
 }
 
@@ -151,11 +145,11 @@ void App::message(unsigned message, std::uintptr_t first, std::intptr_t) {
     tasks_.run_all();
   } else if (message == kDisplayMessage) {
     display_wake_ = false;
+    keep_ticking();
     if (window_ && !window_->input_waiting()) pump_display();  // else the timer pumps
   } else if (message == kTimerMessage && first == kDisplayTimer) {
     tasks_.run_all();  // a post may have been refused
-    timer_suffices_ = false;
-    pump_display();
+    tick_display();
     show_recording_state();
   }
 }

@@ -90,6 +90,8 @@ class App final : public WindowEvents {
   void message(unsigned message, std::uintptr_t first, std::intptr_t second) override;
 
  private:
+  static constexpr std::uintptr_t kDisplayTimer = 1;
+
   SerialPort::Callbacks serial_callbacks();
   RepeatEngine::Link engine_link();
   void on_status(const SerialStatus& status);
@@ -127,6 +129,8 @@ class App final : public WindowEvents {
   DisplayOptions display_options() const;
   void wake_display();
   void pump_display();
+  void tick_display();
+  void keep_ticking();
   void pause_display();
   void follow_display();
   void show_line_count();
@@ -189,7 +193,8 @@ class App final : public WindowEvents {
 
   TaskQueue tasks_;
   std::atomic<bool> display_wake_{false};
-  std::atomic<bool> timer_suffices_{false};          // until the next one, what arrives needs no wake
+  std::atomic<bool> timer_suffices_{false};  // until the next one, what arrives needs no wake
+  int quiet_ticks_ = 0;                      // of the display's timer in a row; enough of them, and it rests
   std::atomic<MainWindow*> post_target_{nullptr};    // window_, for the worker threads
   Guarded<std::optional<SerialStatus>> new_status_;  // waits for the interface thread, the latest only
   // The latest connect() or disconnect(); what a worker reports for an older one is no longer of interest.

@@ -7,6 +7,14 @@
 // The controller: what arrives, and the receive view.
 
 namespace hvt {
+namespace {
+
+// Waking up costs more than what a tick has to do. Once nothing has moved for a second, which is longer than
+// the display ever holds something back, the timer only guards against a post that was refused.
+constexpr int kTicksBeforeRest = 20;
+constexpr std::chrono::milliseconds kRestingTick{500};
+
+}  // namespace
 
 void App::on_receive(const std::vector<std::uint8_t>& bytes, std::chrono::steady_clock::time_point time) {
   // One step for the worker and for a clear: a timing never stands at the wrong packet, or alone.
@@ -20,10 +28,23 @@ void App::wake_display() {
   if (!window || !window->post(kDisplayMessage)) display_wake_ = false;  // the next chunk tries again
 }
 
+void App::tick_display() {
+  timer_suffices_ = false;
+  pump_display();
+  if (!window_ || quiet_ticks_ == kTicksBeforeRest || ++quiet_ticks_ < kTicksBeforeRest) return;
+  window_->start_timer(kDisplayTimer, kRestingTick);
+}
+
+void App::keep_ticking() {
+  if (std::exchange(quiet_ticks_, 0) == kTicksBeforeRest && window_)
+    window_->start_timer(kDisplayTimer, DisplayPump::kTick);
+}
+
 void App::pump_display() {
   if (!pump_) return;
   const DisplayPump::Result result = pump_->run(display_options(), facts_.language);
   timer_suffices_ = result.trickles;
+  if (result.more || result.trickles || result.shown) keep_ticking();
   if (result.more) wake_display();
   if (result.shown) show_line_count();
   if (result.became_full) {  // which must not hide that a recording failed

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -146,8 +147,9 @@ class MainWindow {
   // Any thread: have WindowEvents::message(message, 0, 0) called on the interface thread. False when refused
   // (the window is gone, the system's queue is full): the caller must be able to try again.
   virtual bool post(unsigned message) = 0;
-  // Timer `id` calls WindowEvents::message(kTimerMessage, id, 0) every `milliseconds` from now on.
-  virtual void start_timer(std::uintptr_t id, unsigned milliseconds) = 0;
+  // Timer `id` calls WindowEvents::message(kTimerMessage, id, 0) every `interval` from now on, instead of any
+  // interval before.
+  virtual void start_timer(std::uintptr_t id, std::chrono::milliseconds interval) = 0;
   // Keyboard, mouse or timer events wait. A face whose loop serves them between posted messages anyway may
   // always answer false.
   virtual bool input_waiting() const = 0;

@@ -51,6 +51,32 @@ TEST(View, OneWakeIsUnderWayHoweverManyChunksArrive) {
   EXPECT_EQ(program.window.shown(), std::wstring(100, L'x') + L"yz");
 }
 
+TEST(View, TheTimerRestsWhileNothingMoves) {
+  using namespace std::chrono_literals;
+  Viewing program;
+  const auto let_it_rest = [&] {
+    for (int ticks = 0; ticks < 20; ++ticks)
+      program.window.tick();
+    return program.window.timer_interval;
+  };
+  EXPECT_EQ(program.window.timer_interval, DisplayPump::kTick);
+  EXPECT_EQ(let_it_rest(), 500ms);
+
+  program.receive("x");
+  program.window.deliver();
+  EXPECT_EQ(program.window.timer_interval, DisplayPump::kTick);
+  EXPECT_EQ(program.window.shown(), L"x");
+
+  // What the wake leaves to the timer must not wait for a slow one.
+  EXPECT_EQ(let_it_rest(), 500ms);
+  program.window.input_waits = true;
+  program.receive("y");
+  program.window.deliver();
+  EXPECT_EQ(program.window.timer_interval, DisplayPump::kTick);
+  program.window.tick();
+  EXPECT_EQ(program.window.shown(), L"xy");
+}
+
 TEST(View, ThatAPersonScrollsIsPausedUntilItIsToldToFollow) {
   Viewing program;
   program.receive_and_show("a");

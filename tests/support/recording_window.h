@@ -124,7 +124,10 @@ class RecordingWindow final : public MainWindow {
     posted_.push_back(message);
     return true;
   }
-  void start_timer(std::uintptr_t id, unsigned) override { timer_ = id; }
+  void start_timer(std::uintptr_t id, std::chrono::milliseconds interval) override {
+    timer_ = id;
+    timer_interval = interval;
+  }
   bool input_waiting() const override { return input_waits; }
 
   // The person.
@@ -172,6 +175,7 @@ class RecordingWindow final : public MainWindow {
   const Placement& placement() const { return placement_; }
 
   bool input_waits = false;
+  std::chrono::milliseconds timer_interval{};  // of the latest start_timer()
   MenuStates menus;
   std::map<DialogId, DialogContent> dialogs;  // open ones
   bool prefers_dark = false;

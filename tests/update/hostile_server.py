@@ -2,7 +2,7 @@
 """hostile_server.py COMMAND...: runs a test program beside servers that misbehave in every way it asks for.
 
 The path of a request says what comes back, see ANSWERS. The program finds in its environment
-  HVT_HTTP        the address of the plain server, "http://localhost:PORT"
+  HVT_HTTP        the address of the plain server, "http://127.0.0.1:PORT"
   HVT_HTTPS       the same answers, with a certificate of the authority
   HVT_STRANGER, HVT_OTHER_NAME, HVT_EXPIRED   the same, each with a certificate that must not be trusted
   HVT_MUTE        an HTTPS address where nothing is ever said, not even for TLS
@@ -27,6 +27,7 @@ PACE = 0.2  # seconds between the pieces of a slow answer
 PIECES = 60  # of a slow answer: enough for more than 10 s. Wine goes on reading what the program gave up.
 HOP = 3  # seconds for each step of a slow chain of redirects
 OK = b"HTTP/1.1 200 OK\r\n"
+HERE = "IP:127.0.0.1,DNS:127.0.0.1"  # what a certificate has to name; Wine compares addresses as names
 LENGTH_100 = OK + b"Content-Length: 100\r\n\r\n"
 
 
@@ -213,8 +214,8 @@ class Authority:
     def context(self, name, host, days=1):
         name = f"{self.name}_{name}"
         key, request, pem = (self.file(name, kind) for kind in ("key", "csr", "pem"))
-        self.openssl("req", "-new", *self.KEY, "-keyout", key, "-out", request, "-subj", f"/CN={host}",
-                     "-addext", f"subjectAltName=DNS:{host}")
+        self.openssl("req", "-new", *self.KEY, "-keyout", key, "-out", request, "-subj", "/CN=server",
+                     "-addext", f"subjectAltName={host}")
         self.openssl("x509", "-req", "-in", request, "-CA", self.pem, "-CAkey", self.file(self.name, "key"),
                      "-CAcreateserial", "-copy_extensions", "copy", "-days", str(days), "-out", pem)
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -242,16 +243,16 @@ def main():
         mute, mute_port = listen_mutely()
         ports = {
             "HVT_HTTP": serve(None),
-            "HVT_HTTPS": serve(authority.context("good", "localhost")),
-            "HVT_STRANGER": serve(stranger.context("good", "localhost")),
-            "HVT_OTHER_NAME": serve(authority.context("other_name", "elsewhere.invalid")),
-            "HVT_EXPIRED": serve(authority.context("expired", "localhost", days=-1)),
+            "HVT_HTTPS": serve(authority.context("good", HERE)),
+            "HVT_STRANGER": serve(stranger.context("good", HERE)),
+            "HVT_OTHER_NAME": serve(authority.context("other_name", "DNS:elsewhere.invalid")),
+            "HVT_EXPIRED": serve(authority.context("expired", HERE, days=-1)),
             "HVT_MUTE": mute_port,
             "HVT_NOBODY": unused_port(),
         }
         for name, port in ports.items():
             scheme = "http" if name in ("HVT_HTTP", "HVT_NOBODY") else "https"
-            os.environ[name] = f"{scheme}://localhost:{port}"
+            os.environ[name] = f"{scheme}://127.0.0.1:{port}"
         os.environ["HVT_AUTHORITY"] = authority.pem
         os.environ["no_proxy"] = "*"
         code = subprocess.call(sys.argv[1:])

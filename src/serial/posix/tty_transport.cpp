@@ -25,6 +25,10 @@ using Clock = std::chrono::steady_clock;
 // another one would only delay what is already here.
 constexpr std::ptrdiff_t kMoreIsLikely = 2048;
 
+// A read of a silent line returns for the sake of the errors that are asked for in between. Where none are
+// counted there is nothing to ask for, and waking up is most of what an idle connection costs.
+constexpr std::chrono::milliseconds kIdleReturnWithoutCounts{500};
+
 // Time that bytes already written get to leave the driver's queue before the device is closed: 500 bytes at
 // 9600 baud. Longer, and a disconnect would be felt.
 constexpr std::chrono::milliseconds kDrainLimit{500};
@@ -142,7 +146,7 @@ bool TtyTransport::read(std::vector<std::uint8_t>& buffer, std::wstring& error) 
   buffer.clear();
   error.clear();
   bool hung_up = false;
-  switch (wait_for(POLLIN, kIdleReturn, hung_up, error)) {
+  switch (wait_for(POLLIN, counts_errors_ ? kIdleReturn : kIdleReturnWithoutCounts, hung_up, error)) {
     case Wait::kReady: break;
     case Wait::kTimeOut: return true;
     case Wait::kCancelled:

@@ -28,10 +28,10 @@ std::uint32_t errors_between(const ErrorCounts& before, const ErrorCounts& now);
 
 // The transport over an open terminal device in raw, non-blocking mode.
 //
-// Promises  a read takes what is queued, up to kReadBufferBytes, or returns empty after kIdleReturn; a write
-//           ends within kWriteLimit. An unplugged device fails every call, with kDeviceRemoved where the
-//           system says no more than that; it never looks like a silent line. Bytes received before the end
-//           are delivered first.
+// Promises  a read takes what is queued, up to kReadBufferBytes, or returns empty after kIdleReturn, later
+//           on a device that counts no errors; a write ends within kWriteLimit. An unplugged device fails
+//           every call, with kDeviceRemoved where the system says no more than that; it never looks like a
+//           silent line. Bytes received before the end are delivered first.
 // Threads   as SerialTransport asks. read() and write() share no lock; discard_input() and query_errors()
 //           share one with the moment of taking bytes, never with waiting for them.
 // Owns      the descriptor, and with it the exclusive use of the device.
@@ -73,7 +73,7 @@ class TtyTransport final : public SerialTransport {
   const std::unique_ptr<std::uint8_t[]> taken_;
   std::atomic<std::uint64_t> purge_generation_{0};  // discards so far; changed under device_mutex_
   std::atomic<std::uint64_t> read_generation_{0};   // its value when the latest bytes were taken
-  bool counts_errors_ = false;                      // under device_mutex_, like the next
+  bool counts_errors_ = false;                      // from the constructor on
   ErrorCounts error_counts_{};
 };
 

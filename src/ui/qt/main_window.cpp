@@ -287,13 +287,15 @@ bool QtMainWindow::post(unsigned message) {
   return true;
 }
 
-void QtMainWindow::start_timer(std::uintptr_t id, unsigned milliseconds) {
+void QtMainWindow::start_timer(std::uintptr_t id, std::chrono::milliseconds interval) {
   if (closed_) return;
-  auto timer = std::make_unique<QTimer>();
-  timer->setTimerType(Qt::PreciseTimer);
-  connect(timer.get(), &QTimer::timeout, this, [this, id] { events_.message(kTimerMessage, id, 0); });
-  timer->start(static_cast<int>(milliseconds));
-  timers_[id] = std::move(timer);
+  std::unique_ptr<QTimer>& timer = timers_[id];
+  if (!timer) {
+    timer = std::make_unique<QTimer>();
+    timer->setTimerType(Qt::PreciseTimer);
+    connect(timer.get(), &QTimer::timeout, this, [this, id] { events_.message(kTimerMessage, id, 0); });
+  }
+  timer->start(interval);
 }
 
 bool QtMainWindow::event(QEvent* event) {

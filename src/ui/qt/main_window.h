@@ -73,7 +73,7 @@ class QtMainWindow final : public QWidget, public MainWindow {
   bool open_in_desktop(const std::filesystem::path& target) override;
 
   bool post(unsigned message) override;
-  void start_timer(std::uintptr_t id, unsigned milliseconds) override;
+  void start_timer(std::uintptr_t id, std::chrono::milliseconds interval) override;
   // False: Qt hands out posted messages in rounds and serves input and timers between two rounds, so a
   // message that posts itself again never holds them up.
   bool input_waiting() const override { return false; }

@@ -341,8 +341,8 @@ bool Win32MainWindow::post(unsigned message) {
   return window != nullptr && PostMessageW(window, message, 0, 0) != FALSE;
 }
 
-void Win32MainWindow::start_timer(std::uintptr_t id, unsigned milliseconds) {
-  if (handle() != nullptr) SetTimer(handle(), id, milliseconds, nullptr);
+void Win32MainWindow::start_timer(std::uintptr_t id, std::chrono::milliseconds interval) {
+  if (handle() != nullptr) SetTimer(handle(), id, static_cast<UINT>(interval.count()), nullptr);
 }
 
 bool Win32MainWindow::input_waiting() const {

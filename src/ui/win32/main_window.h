@@ -83,7 +83,7 @@ class Win32MainWindow final : public MainWindow {
   std::optional<std::filesystem::path> ask_file(const FileQuestion& question) override;
   bool open_in_desktop(const std::filesystem::path& target) override;
   bool post(unsigned message) override;
-  void start_timer(std::uintptr_t id, unsigned milliseconds) override;
+  void start_timer(std::uintptr_t id, std::chrono::milliseconds interval) override;
   bool input_waiting() const override;
 
  private:

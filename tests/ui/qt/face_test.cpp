@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QWheelEvent>
+#include <chrono>
 #include <thread>
 
 #include "tests/ui/qt/face_rig.h"
@@ -17,6 +18,8 @@
 
 namespace hvt {
 namespace {
+
+using namespace std::chrono_literals;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -168,7 +171,7 @@ TEST_F(Face, serves_timers_while_a_message_keeps_posting_itself) {
       window_.post(message);
     }
   };
-  window_.start_timer(1, 5);
+  window_.start_timer(1, 5ms);
   window_.post(kDisplayMessage);
   while (!timer_came && rounds < kTooMany)
     QCoreApplication::processEvents();

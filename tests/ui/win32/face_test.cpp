@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <richedit.h>
 
+#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <thread>
@@ -17,6 +18,8 @@
 
 namespace hvt::test {
 namespace {
+
+using namespace std::chrono_literals;
 
 using Log = std::vector<std::string>;
 
@@ -351,7 +354,7 @@ TEST(Win32Face, ClosingIsToldOnceAndEverythingAfterwardsIsHarmless) {
   face.window.set_status(L"x", StatusTone::plain);
   face.window.set_client_size({100, 100});
   face.window.show();
-  face.window.start_timer(1, 10);
+  face.window.start_timer(1, 10ms);
   face.window.measure();
   DisplayBatch batch;
   batch.add(L"text", ColorRole::normal);
