@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ui/choices.h"
+#include "ui/section_marks.h"
 #include "ui/state_rules.h"
 #include "ui/texts.h"
 
@@ -170,6 +171,24 @@ TEST(Layout, NothingOverlaps) {
                            p[j].bottom() <= p[i].y;
         EXPECT_TRUE(apart) << kControls[i].name << " and " << kControls[j].name;
       }
+    }
+  });
+}
+
+TEST(Layout, TheMarkOfASectionStandsInTheGapBesideItsTitle) {
+  for_all_scenes([](const Scene& s, const Placement& p) {
+    for (const SectionMark& mark : section_marks(p)) {
+      const Rect& m = mark.place;
+      EXPECT_FALSE(m.empty());
+      EXPECT_GE(m.x, 0);
+      bool beside_a_title = false;
+      for (const ControlRow& row : kControls) {
+        const Rect& r = at(p, row.id);
+        if (r.empty() || r.bottom() <= m.y || m.bottom() <= r.y) continue;
+        EXPECT_TRUE(r.right() <= m.x || m.right() < r.x) << row.name;
+        beside_a_title |= m.right() < r.x && r.x <= m.right() + scaled(6, s.metrics.dpi);
+      }
+      EXPECT_TRUE(beside_a_title);
     }
   });
 }

@@ -92,6 +92,7 @@ class QtMainWindow final : public QWidget, public MainWindow {
   void pair_labels();
   void create_access_keys();
   void tint_packet_rows();
+  void show_record_sign();
   void apply_fonts();
   void show_caption(ControlId id, const ControlState& state);
   void clicked(ControlId id);

@@ -17,6 +17,7 @@
 #include "ui/qt/qt_text.h"
 #include "ui/qt/stay_on_top.h"
 #include "ui/qt/text_dialog.h"
+#include "ui/section_marks.h"
 
 namespace hvt {
 namespace {
@@ -25,9 +26,8 @@ constexpr QSize kFileDialogSize{760, 500};
 
 constexpr int kBandMargin = 2;  // around the packet rows
 constexpr int kHeaderMargin = 4;
-constexpr int kMarkGap = 7;  // from the left edge of a coloured mark to its title
-constexpr int kMarkWidth = 3;
-constexpr int kMarkInset = 5;
+constexpr int kDot = 8;
+constexpr QSize kSignSize{kDot + 3, kDot};  // with more space to the caption than the toolkit gives
 
 // The pattern for any file asks for a full stop in the name here, which not every file has.
 QString name_filter(const FileQuestion::Type& type) {
@@ -35,16 +35,19 @@ QString name_filter(const FileQuestion::Type& type) {
   return to_qstring(type.name + L" (" + pattern + L")");
 }
 
-struct TitleMark {
-  ControlId id;
-  QColor look::Colors::*color;
-};
-constexpr TitleMark kTitleMarks[]{
-    {ControlId::receive_title, &look::Colors::receive_mark},
-    {ControlId::record_title, &look::Colors::record_mark},
-    {ControlId::transmit, &look::Colors::transmit_mark},
-    {ControlId::repeat_title, &look::Colors::repeat_mark},
-};
+// A sign on a button.
+QPixmap dot(const QColor& color) {
+  constexpr int kScale = 2;  // sharp on fine screens too
+  QPixmap pixmap(kSignSize * kScale);
+  pixmap.setDevicePixelRatio(kScale);
+  pixmap.fill(Qt::transparent);
+  QPainter painter(&pixmap);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(color);
+  painter.drawEllipse(QRectF(0, 0, kDot, kDot));
+  return pixmap;
+}
 
 }  // namespace
 
@@ -102,6 +105,7 @@ void QtMainWindow::set_theme(const ThemePalette& palette) {
   receive_view().set_appearance(palette.dark ? Appearance::dark : Appearance::light);
   look::set_colors(look::derive_colors(palette));
   tint_packet_rows();
+  show_record_sign();
   theme_ = palette;
 }
 
@@ -111,6 +115,15 @@ void QtMainWindow::tint_packet_rows() {
     colors.setColor(QPalette::Base, look::colors().alternate_row);
     widget(packet_field(row)).setPalette(colors);
   }
+}
+
+void QtMainWindow::show_record_sign() {
+  QIcon sign;
+  sign.addPixmap(dot(look::colors().recording), QIcon::Normal);
+  sign.addPixmap(dot(look::colors().disabled_text), QIcon::Disabled);
+  auto& button = as<QAbstractButton>(ControlId::record);
+  button.setIconSize(kSignSize);
+  button.setIcon(sign);
 }
 
 // Surfaces behind the controls
@@ -135,10 +148,10 @@ void QtMainWindow::paintEvent(QPaintEvent*) {
   }
   const Rect& status = placement_[index_of(ControlId::status)];
   painter.fillRect(0, status.y, width(), 1, colors.hairline);
-  for (const TitleMark& mark : kTitleMarks) {
-    const Rect& title = placement_[index_of(mark.id)];
-    painter.fillRect(title.x - kMarkGap, title.y + kMarkInset, kMarkWidth, title.height - 2 * kMarkInset,
-                     colors.*mark.color);
+  if (!theme_) return;
+  for (const SectionMark& mark : section_marks(placement_)) {
+    const Rect& place = mark.place;
+    painter.fillRect(place.x, place.y, place.width, place.height, look::to_qcolor((*theme_)[mark.color]));
   }
 }
 

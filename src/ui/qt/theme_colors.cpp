@@ -104,10 +104,8 @@ Colors derive_colors(const ThemePalette& palette) {
   c.scroll_groove = mixed(c.window, c.field, c.dark ? 0.2 : 0.5);
   c.scroll_thumb = mixed(c.scroll_groove, c.secondary_text, 0.35);
   c.scroll_thumb_held = mixed(c.scroll_groove, c.secondary_text, 0.6);
-  c.receive_mark = slot(ThemeColor::receive_accent);
-  c.transmit_mark = slot(ThemeColor::packet_text);
-  c.record_mark = slot(ThemeColor::recording);
-  c.repeat_mark = slot(ThemeColor::warning_text);
+  c.recording = slot(ThemeColor::recording);
+  c.warning = slot(ThemeColor::warning_text);
   return c;
 }
 

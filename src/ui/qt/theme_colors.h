@@ -27,7 +27,7 @@ struct Colors {
   QColor page;  // behind text to be read at length
   QColor code;  // behind its lines in the fixed-width font
   QColor scroll_groove, scroll_thumb, scroll_thumb_held;
-  QColor receive_mark, transmit_mark, record_mark, repeat_mark;  // beside the titles
+  QColor recording, warning;  // signs
 };
 
 Colors derive_colors(const ThemePalette& palette);

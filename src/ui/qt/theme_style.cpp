@@ -16,6 +16,7 @@ namespace {
 constexpr qreal kCornerRadius = 4;
 constexpr qreal kMarkRadius = 3;
 constexpr int kMarkSize = 15;
+constexpr int kSignGap = 7;
 
 // Entries of an open drop-down list.
 constexpr int kEntryMargin = 6;
@@ -172,8 +173,8 @@ QIcon ThemeStyle::standardIcon(StandardPixmap which, const QStyleOption* option,
   switch (which) {
     case SP_MessageBoxInformation: return draw_sign(colors_.primary, QLatin1Char('i'));
     case SP_MessageBoxQuestion: return draw_sign(colors_.primary, QLatin1Char('?'));
-    case SP_MessageBoxWarning: return draw_sign(colors_.repeat_mark, QLatin1Char('!'));
-    case SP_MessageBoxCritical: return draw_sign(colors_.record_mark, QLatin1Char('!'));
+    case SP_MessageBoxWarning: return draw_sign(colors_.warning, QLatin1Char('!'));
+    case SP_MessageBoxCritical: return draw_sign(colors_.recording, QLatin1Char('!'));
     default: return QProxyStyle::standardIcon(which, option, widget);
   }
 }
@@ -268,6 +269,9 @@ void ThemeStyle::draw_button_label(const QStyleOptionButton& option, QPainter& p
                        : held             ? look::readable(colors_.text, colors_.pressed_button)
                                           : label.palette.color(QPalette::ButtonText);
   label.palette.setColor(QPalette::ButtonText, text);
+  // The caption comes first: a sign that would crowd it is left out.
+  const int beside_caption = label.rect.width() - label.fontMetrics.horizontalAdvance(label.text);
+  if (beside_caption < label.iconSize.width() + 2 * kSignGap) label.icon = QIcon();
   QProxyStyle::drawControl(CE_PushButtonLabel, &label, &painter, widget);
 }
 
@@ -298,12 +302,13 @@ void ThemeStyle::draw_mark(const QStyleOption& option, QPainter& painter, MarkSh
   const bool enabled = option.state & State_Enabled;
   const bool checked = option.state & (State_On | State_NoChange);
   const QColor full = enabled ? colors_.primary : colors_.disabled_text;
+  const QColor& empty = enabled ? colors_.secondary_text : colors_.border;
   const QColor sign = enabled ? colors_.primary_text : colors_.disabled_field;
   qreal line = 1;
   const QRectF outside = outline(painter, option.rect, line);
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(QPen(checked ? full : edge_of_field(option.state & ~State(State_HasFocus)), line));
+  painter.setPen(QPen(checked ? full : empty, line));
   painter.setBrush(checked ? full : enabled ? colors_.field : colors_.disabled_field);
   if (shape == MarkShape::box) {
     painter.drawRoundedRect(outside, kMarkRadius, kMarkRadius);

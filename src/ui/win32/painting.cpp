@@ -73,6 +73,7 @@ Sections sections_of(const Placement& placement) {
     const int right = placement[index_of(send_button(row))].right();
     sections.rows.push_back({0, field.y - spare, right + field.x, field.height + 2 * spare});
   }
+  sections.marks = section_marks(placement);
   return sections;
 }
 
@@ -85,6 +86,8 @@ void paint_background(HDC dc, const Look& look, const RECT& client, const Sectio
     fill(dc, {row.x, row.y, row.right(), row.bottom()}, look[ThemeColor::alternate_row]);
   for (const LONG y : {sections.header_end, sections.footer_begin})
     fill(dc, {client.left, y, client.right, y + 1}, line);
+  for (const SectionMark& mark : sections.marks)
+    fill(dc, {mark.place.x, mark.place.y, mark.place.right(), mark.place.bottom()}, look[mark.color]);
 }
 
 }  // namespace hvt

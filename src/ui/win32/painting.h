@@ -7,6 +7,7 @@
 #include "ui/controls.h"
 #include "ui/layout.h"
 #include "ui/main_window.h"
+#include "ui/section_marks.h"
 #include "ui/win32/look.h"
 
 namespace hvt {
@@ -31,6 +32,7 @@ struct Sections {
   int header_end = 0;      // the connection controls stand above, on a band of their own
   int footer_begin = 0;    // the status line stands below
   std::vector<Rect> rows;  // every second packet row
+  SectionMarks marks;
   friend bool operator==(const Sections&, const Sections&) = default;
 };
 Sections sections_of(const Placement& placement);
