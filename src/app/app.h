@@ -41,7 +41,8 @@ struct AppServices {
 // and brings what worker threads produce back to the interface thread.
 //
 // Promises  workers never touch the window; every task posted runs in order, exactly once; at most one wake
-//           of the display is under way; only controls whose state changed are written to.
+//           of the display is under way; only controls whose state changed are written to; at rest hardly
+//           anything wakes up.
 // Threads   the interface thread, except post_to_ui(), on_receive() and direct_write().
 // Owns      the connection, the transmission engine, the inbox, the display pump and the facts that the
 //           controls show.

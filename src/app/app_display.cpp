@@ -10,7 +10,8 @@ namespace hvt {
 namespace {
 
 // Waking up costs more than what a tick has to do. Once nothing has moved for a second, which is longer than
-// the display ever holds something back, the timer only guards against a post that was refused.
+// a repaint is ever held back, and nothing is recorded, the timer only guards against a post that was
+// refused.
 constexpr int kTicksBeforeRest = 20;
 constexpr std::chrono::milliseconds kRestingTick{500};
 
@@ -31,6 +32,7 @@ void App::wake_display() {
 void App::tick_display() {
   timer_suffices_ = false;
   pump_display();
+  if (recorder_.active()) keep_ticking();  // a full disk may hold text back, and its errors are looked for
   if (!window_ || quiet_ticks_ == kTicksBeforeRest || ++quiet_ticks_ < kTicksBeforeRest) return;
   window_->start_timer(kDisplayTimer, kRestingTick);
 }
@@ -99,6 +101,7 @@ void App::follow_display() {
 }
 
 void App::set_buffer_size() {
+  keep_ticking();
   pump_->set_capacity(buffer_bytes(window_->selected_choice(ControlId::buffer_size).value_or(0)));
   show_line_count();
 }

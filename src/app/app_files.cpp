@@ -32,6 +32,7 @@ void App::start_recording() {
     return report_error(message_of(error));
   }
   pump_->set_sink(&recorder_);
+  keep_ticking();
   told_metadata_error_ = false;
   incomplete_ = {};
   facts_.record = RecordState::running;
@@ -59,6 +60,7 @@ void App::stop_recording(std::function<void()> then) {
 void App::recording_ended() {
   if (!recorder_.active()) return;
   pump_->set_sink(nullptr);
+  keep_ticking();
   const RecordingStatus status = recorder_.finish();
   facts_.record = RecordState::idle;
   update_controls();

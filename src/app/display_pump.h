@@ -44,7 +44,7 @@ class TextSink {
 class DisplayPump {
  public:
   static constexpr std::chrono::milliseconds kSlice{8};
-  static constexpr std::chrono::milliseconds kTick{50};  // how often run() is called anyway
+  static constexpr std::chrono::milliseconds kTick{50};  // how often run() is called anyway while text moves
   static constexpr std::uint64_t kFirstCapacity = 1u << 20;
 
   using Clock = std::function<std::chrono::steady_clock::time_point()>;

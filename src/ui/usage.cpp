@@ -35,21 +35,21 @@ constexpr UsageRow kUsage[]{
     paragraph(
         L"ASCII shows text; control bytes and bytes from 0x80 appear as tokens, so that nothing on the line "
         L"stays unseen. Hex shows every byte as two digits. CR/LF Line Break begins a new line after every "
-        L"LF; Hide CR/LF leaves their tokens out. Both change only what is shown.",
+        L"LF; Hide CR/LF leaves their tokens out. Both change what is shown and recorded, nothing else.",
         L"ASCII는 텍스트로 표시하고, 제어 바이트와 0x80 이상의 바이트는 토큰으로 나타내므로 놓치는 바이트가 "
         L"없습니다. Hex는 모든 바이트를 두 자리로 표시합니다. CR/LF 줄바꿈은 LF마다 줄을 바꾸고, CR/LF "
-        L"감추기는 해당 토큰을 표시하지 않습니다. 둘 다 화면 표시만 바꿉니다."),
+        L"감추기는 해당 토큰을 표시하지 않습니다. 둘 다 화면과 기록의 형식만 바꿉니다."),
     code(L"<STX>001F3456<0xAB><CR><LF>\n02 30 30 31 46 33 34 35 36 AB 0D 0A"),
     paragraph(
         L"Scroll up, or select text, and the view stays where you are while data goes on arriving; ▼▼ "
         L"returns to "
         L"the newest data. Buffer Size says how much received data the view keeps; the oldest goes first. "
-        L"A view that is full during fast data says so and loses nothing of a recording.",
+        L"When fast data fills the view the status line says so; a recording loses nothing.",
         L"위로 스크롤하거나 텍스트를 선택하면 데이터가 계속 들어와도 화면이 그 자리에 머뭅니다. ▼▼를 누르면 "
         L"최신 "
         L"데이터로 돌아갑니다. 버퍼 크기는 화면에 보관할 수신 데이터의 크기이며 오래된 것부터 지워집니다. "
         L"빠른 "
-        L"데이터로 화면이 가득 차면 알려 주며, 기록은 아무것도 잃지 않습니다."),
+        L"데이터로 화면이 가득 차면 상태 줄에 알려 주며, 기록은 아무것도 잃지 않습니다."),
 
     heading(L"Packets, tokens and escapes", L"패킷, 토큰, 이스케이프"),
     paragraph(
@@ -85,10 +85,11 @@ constexpr UsageRow kUsage[]{
     heading(L"Response times", L"응답 시간"),
     paragraph(
         L"With Wait for RX until Timeout every packet waits for its answer, and the time from the end of the "
-        L"write to the first received byte stands behind it. Check Display sent data to see the packets too.",
+        L"write to the first received byte stands behind it. Check Display sent data to see the packets with "
+        L"their times.",
         L"타임아웃까지 RX 대기를 선택하면 패킷마다 응답을 기다리고, 송신이 끝난 뒤 첫 바이트를 받을 때까지 "
         L"걸린 "
-        L"시간을 뒤에 표시합니다. 송신 데이터 표시를 선택하면 패킷도 함께 보입니다."),
+        L"시간을 뒤에 표시합니다. 송신 데이터 표시를 선택하면 패킷과 시간이 함께 보입니다."),
     code(L"[TX] READ<CR> [1.2 ms]\n[RX] 25.4<CR><LF>\n[TX] READ<CR> [TIMEOUT] [LATE]\n[RX] 25.4<CR><LF>"),
     paragraph(
         L"[TIMEOUT] means that nothing came within RX Timeout, [LATE] that the answer came after it.",

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -201,6 +202,19 @@ TEST(Recording, LineErrorsMakeItSuspect) {
   ASSERT_TRUE(program.stop());
   EXPECT_TRUE(program.window.status().starts_with(L"Recording data loss possible: RX error: overrun"));
   EXPECT_THAT(program.metadata(), HasSubstr("\"overrun_observations\": 1"));
+}
+
+TEST(Recording, MetadataThatCannotBeWrittenAreToldWhileItRuns) {
+  Recorder program;
+  for (int ticks = 0; ticks < 50; ++ticks)  // a line that was silent for a while
+    program.window.tick();
+  std::filesystem::create_directories(program.recordings());
+  std::ofstream(program.recordings() / "log.meta.json.pending") << "someone's";
+  program.record();
+  EXPECT_EQ(program.window.timer_interval, DisplayPump::kTick);
+  EXPECT_TRUE(program.status_becomes(L"Recording metadata temporary file already exists."));
+  EXPECT_EQ(program.window.timer_interval, DisplayPump::kTick);
+  EXPECT_TRUE(program.records());
 }
 
 TEST(Recording, TheFolderOpensInTheDesktop) {

@@ -127,6 +127,7 @@ class RecordingWindow final : public MainWindow {
   void start_timer(std::uintptr_t id, std::chrono::milliseconds interval) override {
     timer_ = id;
     timer_interval = interval;
+    ++timer_starts;
   }
   bool input_waiting() const override { return input_waits; }
 
@@ -176,6 +177,7 @@ class RecordingWindow final : public MainWindow {
 
   bool input_waits = false;
   std::chrono::milliseconds timer_interval{};  // of the latest start_timer()
+  int timer_starts = 0;
   MenuStates menus;
   std::map<DialogId, DialogContent> dialogs;  // open ones
   bool prefers_dark = false;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ui/choices.h"
@@ -176,19 +177,27 @@ TEST(Layout, NothingOverlaps) {
 }
 
 TEST(Layout, TheMarkOfASectionStandsInTheGapBesideItsTitle) {
-  for_all_scenes([](const Scene& s, const Placement& p) {
-    for (const SectionMark& mark : section_marks(p)) {
-      const Rect& m = mark.place;
-      EXPECT_FALSE(m.empty());
-      EXPECT_GE(m.x, 0);
-      bool beside_a_title = false;
+  const std::pair<ControlId, ThemeColor> titles[]{{ControlId::receive_title, ThemeColor::receive_accent},
+                                                  {ControlId::record_title, ThemeColor::recording},
+                                                  {ControlId::transmit, ThemeColor::packet_text},
+                                                  {ControlId::repeat_title, ThemeColor::warning_text}};
+  for_all_scenes([&](const Scene& s, const Placement& p) {
+    const SectionMarks marks = section_marks(p);
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+      const Rect& mark = marks[i].place;
+      const Rect& title = at(p, titles[i].first);
+      EXPECT_EQ(marks[i].color, titles[i].second);
+      EXPECT_GE(mark.x, 0);
+      EXPECT_GT(mark.width, 0);
+      EXPECT_LE(mark.right() + scaled(3, s.metrics.dpi), title.x);
+      EXPECT_GE(mark.right() + scaled(6, s.metrics.dpi), title.x);
+      EXPECT_GT(mark.y, title.y);
+      EXPECT_EQ(mark.y - title.y, title.bottom() - mark.bottom());
       for (const ControlRow& row : kControls) {
         const Rect& r = at(p, row.id);
-        if (r.empty() || r.bottom() <= m.y || m.bottom() <= r.y) continue;
-        EXPECT_TRUE(r.right() <= m.x || m.right() < r.x) << row.name;
-        beside_a_title |= m.right() < r.x && r.x <= m.right() + scaled(6, s.metrics.dpi);
+        const bool same_line = !r.empty() && r.bottom() > mark.y && mark.bottom() > r.y;
+        EXPECT_TRUE(!same_line || r.right() <= mark.x || mark.right() < r.x) << row.name;
       }
-      EXPECT_TRUE(beside_a_title);
     }
   });
 }

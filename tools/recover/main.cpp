@@ -19,7 +19,9 @@ constexpr std::string_view kHelp =
     "\n"
     "Exit status: 0 the recording is whole, 1 it is not, 2 it cannot be read.\n"
     "\n"
-    "Not in the text, and so not to be recovered: CR and LF while \"Hide CR/LF\" was checked. A device that\n"
+    "Not in the text, and so not to be recovered: CR and LF while \"Hide CR/LF\" was checked, and which "
+    "bytes\n"
+    "came as ASCII and which as Hex when that was changed meanwhile. A device that\n"
     "sends the four characters <LF> looks like one that sends a line feed; the byte counts then differ.\n";
 
 void print(const Recovery& found, std::ostream& out) {

@@ -171,6 +171,7 @@ TEST_F(Face, serves_timers_while_a_message_keeps_posting_itself) {
       window_.post(message);
     }
   };
+  window_.start_timer(1, 1h);
   window_.start_timer(1, 5ms);
   window_.post(kDisplayMessage);
   while (!timer_came && rounds < kTooMany)

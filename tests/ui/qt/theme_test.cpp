@@ -88,6 +88,8 @@ TEST_F(Theme, every_surface_takes_the_colour_of_its_slot) {
     EXPECT_EQ(beside(ControlId::line_count), slot(ThemeColor::window));
     EXPECT_EQ(beside(ControlId::packet_2), slot(ThemeColor::alternate_row));
     EXPECT_EQ(beside(ControlId::packet_3), slot(ThemeColor::window));
+    const QRect title = find(ControlId::record_title)->geometry();
+    EXPECT_EQ(seen.pixelColor(title.left() - 5, title.center().y()), slot(ThemeColor::recording));
     EXPECT_EQ(color_of(ControlId::packet_2, {120, 8}), slot(ThemeColor::alternate_row));
     EXPECT_EQ(color_of(ControlId::packet_3, {120, 8}), slot(ThemeColor::field));
     EXPECT_EQ(color_of(ControlId::port, {3, 5}), slot(ThemeColor::field));

@@ -44,11 +44,13 @@ class Win32Theme : public testing::Test {
     return pixel(face_.native(id), x, y);
   }
   // A place left of a control.
-  COLORREF beside(ControlId id) const {
+  COLORREF beside(ControlId id) const { return around(id, -3, 3); }
+  // Of the window, counted from the control's corner.
+  COLORREF around(ControlId id, int x, int y) const {
     bring_into_view(id);
     RECT rect{};
     GetWindowRect(face_.native(id), &rect);
-    POINT point{rect.left - 3, rect.top + 3};
+    POINT point{rect.left + x, rect.top + y};
     ScreenToClient(face_.window.handle(), &point);
     UpdateWindow(face_.window.handle());
     const HDC dc = GetDC(face_.window.handle());
@@ -79,6 +81,7 @@ void Win32Theme::expect_palette(const ThemePalette& colors) const {
       {"choice", at(ControlId::timeout, 4, 4), color_ref(colors[field])},
       {"disabled choice", at(ControlId::port, 4, 4), color_ref(colors[disabled_field])},
       {"label on the band", at(ControlId::baud_label, 0, 0), color_ref(colors[header])},
+      {"mark of a section", around(ControlId::record_title, -5, 12), color_ref(colors[recording])},
       {"window", beside(ControlId::clear), color_ref(colors[window])},
       {"first packet field", at(ControlId::packet_1, 4, 12), color_ref(colors[field])},
       {"second packet field", at(ControlId::packet_2, 4, 12), color_ref(colors[alternate_row])},
