@@ -39,9 +39,8 @@ endfunction()
 
 # hvt_needs_display(target): the Windows program runs on a display of its own where it runs under Wine.
 function(hvt_needs_display target)
-  find_program(HVT_XVFB_RUN xvfb-run)
-  if(CMAKE_CROSSCOMPILING_EMULATOR AND HVT_XVFB_RUN)
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
     set_target_properties(${target} PROPERTIES
-      CROSSCOMPILING_EMULATOR "${HVT_XVFB_RUN};-a;${CMAKE_CROSSCOMPILING_EMULATOR}")
+      CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/tools/wine/windowed.sh)
   endif()
 endfunction()

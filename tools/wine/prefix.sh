@@ -24,11 +24,16 @@ if ! server_is_alive "$WINEPREFIX"; then
   # -f: never a session leader, so that a closing pseudo-terminal cannot hang up the server; -p: stays for good.
   # A process group of its own (set -m): who ends the caller's group does not take the server with it.
   set -m
-  wineserver -f -p </dev/null >/dev/null 2>&1 9>&- &
+  "${on_one_processor[@]}" wineserver -f -p </dev/null >/dev/null 2>&1 9>&- &
   echo $! >"$WINEPREFIX/server.pid"
   set +m
   # The first client starts the services, here with nothing of ours to hold open.
   quiet_wine 60 wineboot 9>&-
+  # The desktop they were started on has no display: a program that comes while it is there gets no windows.
+  for _ in $(seq 100); do
+    desktop_is_alive "$WINEPREFIX" || break
+    sleep 0.1
+  done
   server_is_alive "$WINEPREFIX" || { echo "prefix.sh: the server of $WINEPREFIX does not run" >&2; exit 1; }
   # Wine maps the machine's UARTs, often its console, to COM1 and up. They stay listed, but cannot be opened.
   find "$WINEPREFIX/dosdevices" -lname '/dev/ttyS*' -delete
